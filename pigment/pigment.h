@@ -1,0 +1,11 @@
+// libPigment: the raster image and paint engine. This umbrella header brings in every public header.
+#pragma once
+
+#include "pigment/frame/ilConfig.h"
+#include "pigment/frame/ilCoord.h"
+#include "pigment/frame/ilData.h"
+#include "pigment/frame/ilPixel.h"
+#include "pigment/frame/ilReport.h"
+#include "pigment/frame/ilSpace.h"
+#include "pigment/frame/ilTile.h"
+#include "pigment/frame/ilTypes.h"
