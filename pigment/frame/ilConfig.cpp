@@ -1,7 +1,8 @@
 #include "pigment/frame/ilConfig.h"
 
 void ilConfig::invert(int n, int* out) const {
-    for (int k = 0; k < n; ++k) out[k] = -1;
+    for (int k = 0; k < n; ++k)
+        out[k] = -1;
     for (int i = 0; i < nChans; ++i) {
         int c = mapChan(i);
         if (c >= 0 && c < n) out[c] = i;
@@ -19,5 +20,6 @@ bool ilConfig::isInvertable() const {
 }
 
 void ilConfig::compose(int n, const int* in, int* out) const {
-    for (int k = 0; k < n; ++k) out[k] = mapChan(in[k]);
+    for (int k = 0; k < n; ++k)
+        out[k] = mapChan(in[k]);
 }

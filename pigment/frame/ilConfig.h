@@ -7,7 +7,7 @@
 class ilImage;
 
 class ilConfig {
-public:
+  public:
     ilType type;
     ilOrder order;
     ilCoordSpace coordSpace;
@@ -17,9 +17,9 @@ public:
     ilColorModel colorModel;
 
     ilConfig() = default;
-    ilConfig(ilType type_, ilOrder order_ = ilInterleaved, int nChans_ = 0, int* chanList_ = nullptr,
-             int chanOffset_ = 0, ilCoordSpace coordSpace_ = ilSpaceDefault,
-             ilColorModel colorModel_ = ilUnknownModel)
+    ilConfig(ilType type_, ilOrder order_ = ilInterleaved, int nChans_ = 0,
+             int* chanList_ = nullptr, int chanOffset_ = 0,
+             ilCoordSpace coordSpace_ = ilSpaceDefault, ilColorModel colorModel_ = ilUnknownModel)
         : type(type_),
           order(order_),
           coordSpace(coordSpace_),

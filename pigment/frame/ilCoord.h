@@ -19,7 +19,7 @@ struct ilXYZCstruct {
 
 template <typename S, typename T>
 class ilXYobj : public S {
-public:
+  public:
     ilXYobj() : S{} {}
     ilXYobj(T x_, T y_) : S{x_, y_} {}
     ilXYobj(const S& s) : S(s) {}
@@ -43,7 +43,7 @@ public:
 
 template <typename S, typename T>
 class ilXYZobj : public S {
-public:
+  public:
     ilXYZobj() : S{} {}
     ilXYZobj(T x_, T y_, T z_) : S{x_, y_, z_} {}
     ilXYZobj(const S& s) : S(s) {}

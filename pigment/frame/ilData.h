@@ -10,7 +10,8 @@
 int64_t ilDataSize(ilType type, int64_t count);
 double ilDataMin(ilType type);
 double ilDataMax(ilType type);
-// The type masked with the signed types (468): non-zero for signed types, and that mask value, not 1.
+// The type masked with the signed types (468): non-zero for signed types, and that mask value,
+// not 1.
 int ilDataIsSigned(ilType type);
 
 // Keeps a private copy of text (null empties the slot); the text stays valid until the next call.

@@ -20,7 +20,8 @@ inline T load(const void* base, long i) {
 
 template <typename T>
 inline void store(void* base, long i, T v) {
-    std::memcpy(static_cast<unsigned char*>(base) + i * static_cast<long>(sizeof(T)), &v, sizeof(T));
+    std::memcpy(static_cast<unsigned char*>(base) + i * static_cast<long>(sizeof(T)), &v,
+                sizeof(T));
 }
 
 inline int bitAt(const void* base, long i) {
@@ -45,31 +46,60 @@ inline uint32_t lowBits(double value) {
 
 inline double get(ilType type, const void* base, long i) {
     switch (type) {
-        case ilBit: return bitAt(base, i);
-        case ilUChar: return load<uint8_t>(base, i);
-        case ilChar: return load<int8_t>(base, i);
-        case ilUShort: return load<uint16_t>(base, i);
-        case ilShort: return load<int16_t>(base, i);
-        case ilULong: return load<uint32_t>(base, i);
-        case ilLong: return load<int32_t>(base, i);
-        case ilFloat: return load<float>(base, i);
-        case ilDouble: return load<double>(base, i);
-        default: return 0.0;
+        case ilBit:
+            return bitAt(base, i);
+        case ilUChar:
+            return load<uint8_t>(base, i);
+        case ilChar:
+            return load<int8_t>(base, i);
+        case ilUShort:
+            return load<uint16_t>(base, i);
+        case ilShort:
+            return load<int16_t>(base, i);
+        case ilULong:
+            return load<uint32_t>(base, i);
+        case ilLong:
+            return load<int32_t>(base, i);
+        case ilFloat:
+            return load<float>(base, i);
+        case ilDouble:
+            return load<double>(base, i);
+        default:
+            return 0.0;
     }
 }
 
 inline void set(ilType type, void* base, long i, double value) {
     switch (type) {
-        case ilBit: setBitAt(base, i, std::trunc(value) != 0.0); break;
-        case ilUChar: store<uint8_t>(base, i, static_cast<uint8_t>(lowBits(value))); break;
-        case ilChar: store<int8_t>(base, i, static_cast<int8_t>(lowBits(value))); break;
-        case ilUShort: store<uint16_t>(base, i, static_cast<uint16_t>(lowBits(value))); break;
-        case ilShort: store<int16_t>(base, i, static_cast<int16_t>(lowBits(value))); break;
-        case ilULong: store<uint32_t>(base, i, lowBits(value)); break;
-        case ilLong: store<int32_t>(base, i, static_cast<int32_t>(lowBits(value))); break;
-        case ilFloat: store<float>(base, i, static_cast<float>(value)); break;
-        case ilDouble: store<double>(base, i, value); break;
-        default: break;
+        case ilBit:
+            setBitAt(base, i, std::trunc(value) != 0.0);
+            break;
+        case ilUChar:
+            store<uint8_t>(base, i, static_cast<uint8_t>(lowBits(value)));
+            break;
+        case ilChar:
+            store<int8_t>(base, i, static_cast<int8_t>(lowBits(value)));
+            break;
+        case ilUShort:
+            store<uint16_t>(base, i, static_cast<uint16_t>(lowBits(value)));
+            break;
+        case ilShort:
+            store<int16_t>(base, i, static_cast<int16_t>(lowBits(value)));
+            break;
+        case ilULong:
+            store<uint32_t>(base, i, lowBits(value));
+            break;
+        case ilLong:
+            store<int32_t>(base, i, static_cast<int32_t>(lowBits(value)));
+            break;
+        case ilFloat:
+            store<float>(base, i, static_cast<float>(value));
+            break;
+        case ilDouble:
+            store<double>(base, i, value);
+            break;
+        default:
+            break;
     }
 }
 

@@ -8,14 +8,16 @@
 namespace {
 // Channel counts beyond this are refused by setElem rather than allocated.
 constexpr int kMaxChannels = 1 << 16;
-}
+}  // namespace
 
 ilPixel& ilPixel::operator=(const ilPixel& other) {
     if (this != &other) set(other.type_, other.nc_, other.data_);
     return *this;
 }
 
-ilPixel::~ilPixel() { delete[] data_; }
+ilPixel::~ilPixel() {
+    delete[] data_;
+}
 
 void ilPixel::reserveBytes(long bytes, bool keep) {
     if (bytes <= capacity_) return;
@@ -95,7 +97,8 @@ void ilPixel::convert(const ilPixel& source, ilType type, int nc, const int* cha
     reserveBytes(static_cast<long>(ilDataSize(type, nc)), false);
     type_ = type;
     nc_ = nc;
-    for (int i = 0; i < nc; ++i) setElem(source.getElem(chanList ? chanList[i] : i), i);
+    for (int i = 0; i < nc; ++i)
+        setElem(source.getElem(chanList ? chanList[i] : i), i);
 }
 
 bool ilPixel::operator==(const ilPixel& other) const {

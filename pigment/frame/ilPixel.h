@@ -5,7 +5,7 @@
 #include "pigment/frame/ilTypes.h"
 
 class ilPixel {
-public:
+  public:
     ilPixel() = default;
     ilPixel(ilType type, int nc, const void* data = nullptr) { set(type, nc, data); }
     ilPixel(const ilPixel& other) { set(other.type_, other.nc_, other.data_); }
@@ -16,10 +16,11 @@ public:
     // enough, and copied from data when data is given.
     void set(ilType type, int nc, const void* data);
 
-    // Element i as a double; the index is clamped, so reading past the end repeats the last channel.
+    // Element i as a double; the index is clamped, so reading past the end repeats the last
+    // channel.
     double getElem(int i) const;
-    // Integer types take the value truncated toward zero, keeping the low bits; an index past the end
-    // grows the pixel (an ilAnyType pixel becomes ilDouble first).
+    // Integer types take the value truncated toward zero, keeping the low bits; an index past the
+    // end grows the pixel (an ilAnyType pixel becomes ilDouble first).
     void setElem(double value, int i);
     double minElem() const;
     double maxElem() const;
@@ -38,7 +39,7 @@ public:
     double operator[](int i) const { return getElem(i); }
     operator void*() const { return data_; }
 
-private:
+  private:
     void reserveBytes(long bytes, bool keep);
 
     ilType type_ = ilAnyType;

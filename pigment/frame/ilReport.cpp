@@ -2,41 +2,49 @@
 
 const char* ilTypeText(int type) {
     switch (type) {
-        case ilBit: return "bit";
-        case ilUChar: return "unsigned char";
-        case ilChar: return "char";
-        case ilUShort: return "unsigned short";
-        case ilShort: return "short";
-        case ilULong: return "unsigned long";
-        case ilLong: return "long";
-        case ilFloat: return "float";
-        case ilDouble: return "double";
-        default: return "unknown";
+        case ilBit:
+            return "bit";
+        case ilUChar:
+            return "unsigned char";
+        case ilChar:
+            return "char";
+        case ilUShort:
+            return "unsigned short";
+        case ilShort:
+            return "short";
+        case ilULong:
+            return "unsigned long";
+        case ilLong:
+            return "long";
+        case ilFloat:
+            return "float";
+        case ilDouble:
+            return "double";
+        default:
+            return "unknown";
     }
 }
 
 const char* ilOrderText(int order) {
     switch (order) {
-        case ilInterleaved: return "interleaved";
-        case ilSequential: return "sequential";
-        case ilSeparate: return "separate";
-        default: return "unknown";
+        case ilInterleaved:
+            return "interleaved";
+        case ilSequential:
+            return "sequential";
+        case ilSeparate:
+            return "separate";
+        default:
+            return "unknown";
     }
 }
 
 const char* ilColorModelText(int model) {
-    static const char* const texts[] = {"unknown",
-                                        "greyscale, minimum value white",
-                                        "greyscale",
-                                        "RGB",
-                                        "color index",
-                                        "RGBA",
-                                        "HSV",
-                                        "CMY",
-                                        "CMYK",
-                                        "BGR",
-                                        "ABGR",
-                                        "multi-spectral",
+    static const char* const texts[] = {"unknown",     "greyscale, minimum value white",
+                                        "greyscale",   "RGB",
+                                        "color index", "RGBA",
+                                        "HSV",         "CMY",
+                                        "CMYK",        "BGR",
+                                        "ABGR",        "multi-spectral",
                                         "YCC"};
     return model >= 0 && model <= 12 ? texts[model] : "unknown";
 }
@@ -59,9 +67,9 @@ const char* ilColorModelReportText(int model) {
 }
 
 const char* ilCoordSpaceText(int space) {
-    static const char* const texts[] = {"unknown",     "upper-left",   "upper-right",
-                                        "lower-right", "lower-left",   "left-upper",
-                                        "right-upper", "right-lower",  "left-lower"};
+    static const char* const texts[] = {"unknown",     "upper-left",  "upper-right",
+                                        "lower-right", "lower-left",  "left-upper",
+                                        "right-upper", "right-lower", "left-lower"};
     return space >= 0 && space <= 8 ? texts[space] : "unknown";
 }
 
@@ -80,12 +88,19 @@ const char* ilCoordSpaceReportText(int space) {
 
 const char* ilCompressText(int compression) {
     switch (compression) {
-        case ilNoCompression: return "none";
-        case ilCCITT3: return "CCITT Group 3";
-        case ilCCITT4: return "CCITT Group 4";
-        case ilLZW: return "Lempel-Ziv & Welch";
-        case ilMacRLE: return "Mac-RLE";
-        case ilSGIRLE: return "SGI-RLE";
-        default: return "unknown";
+        case ilNoCompression:
+            return "none";
+        case ilCCITT3:
+            return "CCITT Group 3";
+        case ilCCITT4:
+            return "CCITT Group 4";
+        case ilLZW:
+            return "Lempel-Ziv & Welch";
+        case ilMacRLE:
+            return "Mac-RLE";
+        case ilSGIRLE:
+            return "SGI-RLE";
+        default:
+            return "unknown";
     }
 }

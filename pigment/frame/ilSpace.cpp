@@ -13,7 +13,9 @@ constexpr SpaceFacts kFacts[9] = {{true, true, false},  {false, true, false}, {f
                                   {true, false, false}, {true, true, false},  {false, true, true},
                                   {false, false, true}, {true, false, true},  {true, true, true}};
 
-const SpaceFacts& facts(int space) { return kFacts[space >= 0 && space <= 8 ? space : 0]; }
+const SpaceFacts& facts(int space) {
+    return kFacts[space >= 0 && space <= 8 ? space : 0];
+}
 
 ilCoordSpace lookup(const int (&table)[9], int space) {
     return space >= 0 && space <= 8 ? static_cast<ilCoordSpace>(table[space]) : ilSpaceDefault;
@@ -36,9 +38,15 @@ ilCoordSpace ilSpaceExchange(int space) {
     return lookup(table, space);
 }
 
-bool ilSpaceOriginLow(int space) { return facts(space).low; }
-bool ilSpaceOriginLeft(int space) { return facts(space).left; }
-bool ilSpaceExchanged(int space) { return facts(space).exchanged; }
+bool ilSpaceOriginLow(int space) {
+    return facts(space).low;
+}
+bool ilSpaceOriginLeft(int space) {
+    return facts(space).left;
+}
+bool ilSpaceExchanged(int space) {
+    return facts(space).exchanged;
+}
 
 void ilSpaceFlipTrans(int from, int to, int& flip, int& transpose) {
     const SpaceFacts& a = facts(from);

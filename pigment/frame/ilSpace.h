@@ -1,5 +1,5 @@
-// Mapping between coordinate spaces: which of the eight origins and axis orders a space has, and how
-// tiles, points, directions and sizes move from one space to another.
+// Mapping between coordinate spaces: which of the eight origins and axis orders a space has, and
+// how tiles, points, directions and sizes move from one space to another.
 #pragma once
 
 #include "pigment/frame/ilTile.h"

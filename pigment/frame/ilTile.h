@@ -77,8 +77,8 @@ struct ilTileBox {
         ny = (ey < oey ? ey : oey) - y;
     }
 
-    // Two-dimensional overlap test in which touching tiles intersect; result receives the overlap in
-    // x and y (its z and nz are left alone).
+    // Two-dimensional overlap test in which touching tiles intersect; result receives the overlap
+    // in x and y (its z and nz are left alone).
     bool intersects(const ilTileBox& o, ilTileBox* result = nullptr) const {
         if (o.x > x + nx || o.x + o.nx < x || o.y > y + ny || o.y + o.ny < y) return false;
         if (result) {
@@ -94,7 +94,7 @@ struct ilTileBox {
         return true;
     }
 
-protected:
+  protected:
     void setIntersection(const ilTileBox& a, const ilTileBox& b) {
         x = a.x > b.x ? a.x : b.x;
         y = a.y > b.y ? a.y : b.y;
@@ -128,7 +128,7 @@ protected:
 };
 
 class ilTile : public ilTileBox<int32_t> {
-public:
+  public:
     ilTile() = default;
     ilTile(int32_t x_, int32_t y_, int32_t nx_, int32_t ny_) { set(x_, y_, 0, nx_, ny_, 1); }
     ilTile(int32_t x_, int32_t y_, int32_t z_, int32_t nx_, int32_t ny_, int32_t nz_) {
@@ -154,7 +154,7 @@ public:
 };
 
 class ilTileFloat : public ilTileBox<float> {
-public:
+  public:
     ilTileFloat() = default;
     ilTileFloat(float x_, float y_, float nx_, float ny_) { set(x_, y_, 0.0f, nx_, ny_, 1.0f); }
     ilTileFloat(float x_, float y_, float z_, float nx_, float ny_, float nz_) {
@@ -179,12 +179,12 @@ public:
 
 // The bounding box of two tiles, per axis; an axis of extent below 1 does not count.
 class ilTileUnion : public ilTile {
-public:
+  public:
     ilTileUnion(const ilTile& a, const ilTile& b) { setUnion(a, b); }
 };
 
 // The overlap of two tiles; unlike the two-tile ilTile constructor, negative extents stay.
 class ilTileIntersection : public ilTile {
-public:
+  public:
     ilTileIntersection(const ilTile& a, const ilTile& b) { setIntersection(a, b); }
 };
