@@ -1,0 +1,22 @@
+// The host's table of callbacks: timers, the page watermark, physical memory probes, the stamp
+// opacity test and the curve operations. The host fills it before its first smart image exists.
+#pragma once
+
+struct PigmentCallbacks {
+    // Starts a repeating timer of interval milliseconds calling fn(arg); answers its id.
+    int (*startTimer)(int interval, void (*fn)(void*), void* arg);
+    void (*stopTimer)(int id);
+    // Marks one page of pixels; the image's width and height come last.
+    void (*applyWatermark)(void* pageData, int pageX, int pageY, int w, int h, int imageW,
+                           int imageH);
+    void* reserved;
+    // Physical memory of the machine and memory available now, in kilobytes.
+    int (*totalPhysicalMemory)();
+    int (*availPhysicalMemory)();
+    int (*isOpacityMunged)(void* stamp);
+    // The curve operations of the path interpolation, typed by their user.
+    void* curve[8];
+};
+
+// The one process-wide table, all entries null until the host sets them.
+PigmentCallbacks* PigmentCB();
