@@ -199,19 +199,11 @@ void SmartImageCache::SetBudget(std::int64_t bytes) {
         for (int i = 0; i < 3 && bytesInMemory >= budget; ++i) {
             PageData* victim = FindBigVictim();
             if (!victim) break;
-            unsigned char* buffer = victim->data;
-            PageOut(victim);
-            std::free(buffer);
-            bytesInMemory -= kBigBytes;
+            EvictPage(victim);
         }
     }
     if (bytesInMemory > budget) {
-        if (PageData* victim = FindSmallVictim()) {
-            unsigned char* buffer = victim->data;
-            PageOut(victim);
-            std::free(buffer);
-            bytesInMemory -= kSmallBytes;
-        }
+        if (PageData* victim = FindSmallVictim()) EvictPage(victim);
     }
 }
 
@@ -352,6 +344,16 @@ void SmartImageCache::PageOut(PageData* page) {
     page->swapBlock = block;
     page->data = nullptr;
     AddToSwappedList(page);
+}
+
+void SmartImageCache::EvictPage(PageData* page) {
+    if (page->state != ValidInMem || page->priority >= kRetainedPriority) return;
+    unsigned char* buffer = page->data;
+    PageOut(page);
+    if (buffer) {
+        std::free(buffer);
+        bytesInMemory -= pageBytes(page);
+    }
 }
 
 void SmartImageCache::PageIn(PageData* page) {

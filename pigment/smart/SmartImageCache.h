@@ -24,6 +24,8 @@ class SmartImageCache {
     void ReleaseStorage(PageData* page);
     // Moves a resident page to SolidFill (no disk) or to Swapped. The caller keeps the buffer.
     void PageOut(PageData* page);
+    // Pages a resident page out and frees its buffer, as a budget change does.
+    void EvictPage(PageData* page);
     // Brings a Swapped page back into memory.
     void PageIn(PageData* page);
     // Scans the first page of the scan list that is not retained; answers whether one was.

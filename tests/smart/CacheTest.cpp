@@ -1,0 +1,404 @@
+// The page cache under a 16 MiB ceiling: paging to swap and back, solids without disk, block
+// reuse, swap file lifetime, write and read failures, checking mode, statistics and warnings.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <deque>
+#include <random>
+#include <regex>
+
+#include "SmartTestSupport.h"
+#include "frame/TestImage.h"
+#include "pigment/smart/FaultLatch.h"
+#include "pigment/smart/SmartImageCache.h"
+
+namespace {
+
+constexpr std::int64_t kMiB = 1 << 20;
+
+SmartImageCache* cache() {
+    return SmartImageCache::GetInstance();
+}
+
+int countOf(const std::string& text, const std::string& part) {
+    int n = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++n;
+    return n;
+}
+
+// Each test gets its own swap directory, and leaves the cache with no page and no swap file.
+class SwapCache : public testing::Test {
+  protected:
+    void SetUp() override {
+        ResetFaultLatchForTest();
+        ASSERT_FALSE(dir.path.empty());
+        setenv("SID_TEMP_DIR", dir.path.c_str(), 1);
+        closeSwapFiles();
+        cache()->SetBudget(0);  // clamps to the 16 MiB floor
+        ASSERT_EQ(cache()->GetBudget(), 16 * kMiB);
+    }
+    void TearDown() override {
+        for (SmartImgPage& page : pages)
+            page.UnRef(1);
+        pages.clear();
+        closeSwapFiles();
+        EXPECT_TRUE(dir.files().empty());
+        unsetenv("SID_TEMP_DIR");
+        EXPECT_EQ(FaultLatch, 0u);
+    }
+    SmartImgPage& newPage(int pixelSize) {
+        pages.emplace_back();
+        pages.back().MakeFilled(0, pixelSize);
+        return pages.back();
+    }
+
+    TempDir dir;
+    std::deque<SmartImgPage> pages;
+};
+
+TEST_F(SwapCache, PagesRoundTripThroughSwapUnderBudget) {
+    const int bigPages = 1200, smallPages = 1600, total = bigPages + smallPages;
+    std::vector<int> version(total, 0);
+    std::int64_t worstExcess = 0;
+    auto watch = [&] {
+        worstExcess = std::max(worstExcess, cache()->GetBytesInMemory() - cache()->GetBudget());
+    };
+    for (int n = 0; n < total; ++n) {
+        writeContent(newPage(n < bigPages ? 4 : 1), n);
+        watch();
+    }
+    EXPECT_GT(cache()->GetSwappedCount(), total / 2);
+    EXPECT_EQ(dir.files().size(), 2u);
+
+    std::mt19937 random(12345);
+    const int missesBefore = cache()->GetMisses();
+    for (int step = 0; step < 6000; ++step) {
+        const int n = static_cast<int>(random() % total);
+        switch (random() % 4) {
+            case 0:
+                writeContent(pages[n], n, ++version[n]);
+                break;
+            case 1:
+                pages[n].Realize(1);  // modify access keeps the content
+                ASSERT_TRUE(hasContent(pages[n], n, version[n])) << n;
+                break;
+            default:
+                ASSERT_TRUE(hasContent(pages[n], n, version[n])) << n;
+        }
+        watch();
+    }
+    EXPECT_GT(cache()->GetMisses(), missesBefore + 1000);
+    for (int n = total - 1; n >= 0; --n)
+        ASSERT_TRUE(hasContent(pages[n], n, version[n])) << n;
+    // Allocation evicts before it adds, so memory exceeds the budget by at most a page.
+    EXPECT_LE(worstExcess, 2 * 65536);
+    EXPECT_EQ(cache()->GetBudget(), 16 * kMiB);
+}
+
+TEST_F(SwapCache, SolidPagesLeaveWithoutDisk) {
+    for (int n = 0; n < 600; ++n) {
+        SmartImgPage& page = newPage(4);
+        page.Realize(2);
+        std::fill_n(reinterpret_cast<std::uint32_t*>(page.GetData()), kPagePixels,
+                    static_cast<std::uint32_t>(n * 7919));
+    }
+    // A solid resident page that is evicted directly leaves without disk as well.
+    SmartImgPage& last = newPage(1);
+    last.Realize(2);
+    std::memset(last.GetData(), 0x42, kPagePixels);
+    cache()->EvictPage(last.GetPageData());
+    EXPECT_EQ(last.GetState(), SolidFill);
+    EXPECT_EQ(last.GetFillValue(), 0x42u);
+
+    EXPECT_FALSE(cache()->GetSwapFile(4).IsOpen());
+    EXPECT_FALSE(cache()->GetSwapFile(1).IsOpen());
+    EXPECT_TRUE(dir.files().empty());
+    EXPECT_EQ(cache()->GetSwappedCount(), 0);
+    for (int n = 0; n < 600; ++n)
+        ASSERT_EQ(pages[n].GetPixel(n % 128, 5), static_cast<std::uint32_t>(n * 7919)) << n;
+}
+
+TEST_F(SwapCache, FreedBlocksAreReusedAndFilesFollowImages) {
+    cache()->ImageCreated();
+    SmartImgPage& page = newPage(4);
+    writeContent(page, 1);
+    SwapFile& file = cache()->GetSwapFile(4);
+    struct Step {
+        bool out;
+        int used, free;
+    };
+    const Step steps[] = {{true, 1, 0}, {false, 0, 1}, {true, 1, 0}, {false, 0, 1}, {true, 1, 0}};
+    for (const Step& s : steps) {
+        if (s.out) {
+            cache()->EvictPage(page.GetPageData());
+            EXPECT_EQ(page.GetState(), Swapped);
+            EXPECT_EQ(page.GetFileOffset(), 0);
+        } else {
+            EXPECT_TRUE(hasContent(page, 1));
+        }
+        EXPECT_EQ(file.GetUsedCount(), s.used);
+        EXPECT_EQ(file.GetFreeCount(), s.free);
+    }
+    ASSERT_EQ(dir.files().size(), 1u);
+    EXPECT_EQ(std::string(file.GetPath()).rfind(dir.path + "/SID", 0), 0u);
+
+    // The last image going keeps a file that still holds a page ...
+    cache()->ImageDestroyed();
+    EXPECT_EQ(dir.files().size(), 1u);
+    EXPECT_TRUE(hasContent(page, 1));
+    // ... and removes it once no block is used.
+    cache()->ImageCreated();
+    cache()->ImageDestroyed();
+    EXPECT_TRUE(dir.files().empty());
+    EXPECT_FALSE(file.IsOpen());
+}
+
+TEST_F(SwapCache, AllocationOverBudgetReusesBuffers) {
+    // Fill to one big page over the budget with pages that are not solid.
+    const int bigPages = static_cast<int>(cache()->GetBudget() / 65536) + 1;
+    for (int n = 0; n < bigPages; ++n)
+        writeContent(newPage(4), n);
+    ASSERT_GT(cache()->GetBytesInMemory(), cache()->GetBudget());
+    testing::internal::CaptureStdout();
+    const std::int64_t before = cache()->GetBytesInMemory();
+    SmartImgPage& small = newPage(1);
+    small.Realize(2);
+    EXPECT_EQ(cache()->GetBytesInMemory(), before - 65536 + 16384);
+    EXPECT_EQ(cache()->GetSmallCount(), 1);
+    const std::string first = testing::internal::GetCapturedStdout();
+    EXPECT_TRUE(first.empty());
+
+    // With every resident page retained nothing can go: a small page says so, a big one is
+    // allocated quietly because big pages are only taken from big pages.
+    for (SmartImgPage& page : pages)
+        if (page.IsInMemory()) page.ForceRetain();
+    ASSERT_EQ(cache()->GetBigCount(), 0);
+    const int swapped = cache()->GetSwappedCount();
+    testing::internal::CaptureStdout();
+    writeContent(newPage(1), 99);
+    const std::int64_t beforeBig = cache()->GetBytesInMemory();
+    writeContent(newPage(4), 100);
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(out, "SID: Allocated Small Page when it shouldn't be necessary\n");
+    EXPECT_EQ(cache()->GetBytesInMemory(), beforeBig + 65536);
+    EXPECT_EQ(cache()->GetSwappedCount(), swapped);
+    for (SmartImgPage& page : pages)
+        page.DontRetain();
+    for (int n = 0; n < bigPages; ++n)
+        EXPECT_TRUE(hasContent(pages[n], n)) << n;
+}
+
+TEST_F(SwapCache, ReadFailureGivesUpAfterTenAttempts) {
+    SmartImgPage& page = newPage(4);
+    writeContent(page, 5);
+    cache()->EvictPage(page.GetPageData());
+    ASSERT_EQ(page.GetState(), Swapped);
+    ASSERT_EQ(truncate(cache()->GetSwapFile(4).GetPath(), 0), 0);
+    testing::internal::CaptureStdout();
+    page.Realize(0);
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(page.GetState(), ValidInMem);
+    EXPECT_EQ(countOf(out,
+                      "An error has been encountered while reading from\nan Image Swap File. "
+                      "The error is:\n"),
+              10);
+    EXPECT_EQ(countOf(out,
+                      "BytesRead = 0, ObjectSize = 65536, FilePos = 0\n,written = 65536\n"
+                      "Press Yes to retry -- or to abort, press No\nSaving your canvas is "
+                      "recommended after this situation.\n"),
+              10);
+}
+
+// Pages one page out in the child and leaves by exit; the exit handler must delete the file.
+void pageOutAndExit(const std::string& dir) {
+    SmartImgPage page;
+    writeContent(page, 11);
+    SmartImageCache::GetInstance()->EvictPage(page.GetPageData());
+    TempDir probe;
+    const bool created = page.GetState() == Swapped &&
+                         std::string(cache()->GetSwapFile(4).GetPath()).rfind(dir, 0) == 0;
+    std::exit(created ? 0 : 3);
+}
+
+TEST_F(SwapCache, ProcessExitDeletesSwapFiles) {
+    EXPECT_EXIT(pageOutAndExit(dir.path), testing::ExitedWithCode(0), "");
+    EXPECT_TRUE(dir.files().empty());
+}
+
+int retriesSeen = 0;
+rlimit savedLimit;
+
+void liftLimitOnThirdTry(int attempt) {
+    retriesSeen = attempt;
+    if (attempt == 3) setrlimit(RLIMIT_FSIZE, &savedLimit);
+}
+
+// Exit code 0 when three failed writes were reported, retried, and the page read back exact.
+void writeAgainstFullDisk() {
+    signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &savedLimit);
+    rlimit low = savedLimit;
+    low.rlim_cur = 4096;
+    setrlimit(RLIMIT_FSIZE, &low);
+    SwapFile::WriteRetryHook = liftLimitOnThirdTry;
+    testing::internal::CaptureStdout();
+    SmartImgPage page;
+    writeContent(page, 21);
+    SmartImageCache::GetInstance()->EvictPage(page.GetPageData());
+    const std::string out = testing::internal::GetCapturedStdout();
+    const int messages = countOf(out,
+                                 "An error has been encountered while writing to\nan Image Swap "
+                                 "File. The error is:\nFile too large\nTry to free up some disk "
+                                 "space,\nand Press Yes to retry -- or to abort, press No\nSaving "
+                                 "your canvas is recommended after this situation.\n");
+    const bool swapped = page.GetState() == Swapped;
+    const bool exact = hasContent(page, 21);
+    std::fprintf(stderr, "messages %d retries %d swapped %d exact %d\n", messages, retriesSeen,
+                 swapped, exact);
+    std::exit(messages == 3 && retriesSeen == 3 && swapped && exact ? 0 : 1);
+}
+
+TEST_F(SwapCache, FailingWriteRetriesUntilTheDiskRecovers) {
+    EXPECT_EXIT(writeAgainstFullDisk(), testing::ExitedWithCode(0),
+                "messages 3 retries 3 swapped 1 exact 1");
+}
+
+TEST_F(SwapCache, StatisticsAndShrink) {
+    writeContent(newPage(4), 1);
+    writeContent(newPage(1), 2);
+    testing::internal::CaptureStderr();
+    DumpSwapInfo();
+    const std::string out = testing::internal::GetCapturedStderr();
+    char expected[512];
+    std::snprintf(expected, sizeof(expected),
+                  "Maximum Cache Size: %lld, Hits: %d, Misses: %d.\n"
+                  "In Memory Pages -- Big: %d, Small: %d, Locked: %d, Total Bytes %lld\n"
+                  "Dirty Pages on scan list: %d\nImage Count: %d\n",
+                  static_cast<long long>(cache()->GetBudget()), cache()->GetHits(),
+                  cache()->GetMisses(), cache()->GetBigCount(), cache()->GetSmallCount(),
+                  cache()->GetLockedCount(), static_cast<long long>(cache()->GetBytesInMemory()),
+                  cache()->GetScanCount(), cache()->GetImageCount());
+    EXPECT_EQ(out, expected);
+    EXPECT_GE(cache()->GetBigCount(), 1);
+    EXPECT_GE(cache()->GetScanCount(), 2);
+    EXPECT_EQ(ShrinkSwapFiles(), 0);
+}
+
+TEST_F(SwapCache, LockedListWarningThresholds) {
+    for (int n = 0; n < 800; ++n)
+        newPage(1).Realize(2);
+    const int base = cache()->GetLockedCount();
+    ASSERT_EQ(base, 0);
+    testing::internal::CaptureStdout();
+    for (int n = 0; n < 800; ++n)
+        pages[n].ForceRetain();
+    for (int n = 0; n < 600; ++n)
+        pages[n].DontRetain();
+    for (int n = 0; n < 400; ++n)
+        pages[n].ForceRetain();
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(out,
+              "SID: WARNING -- SmartImage Locked list count =  513,   0\n"
+              "SID: WARNING -- SmartImage Locked list count =  771, 258\n"
+              "SID: WARNING -- SmartImage Locked list count =  513,   0\n");
+    for (int n = 0; n < 400; ++n)
+        pages[n].DontRetain();
+    for (int n = 600; n < 800; ++n)
+        pages[n].DontRetain();
+    EXPECT_EQ(cache()->GetLockedCount(), 0);
+}
+
+// An image that names itself a smart image, or carries the smart type code.
+struct NamedImage : TestImage {
+    NamedImage(bool typed, const char* description)
+        : TestImage(8, 8, 4, ilUChar), text(description) {
+        if (typed) imageType = ilSmartType;
+    }
+    const char* getDefaultDescription() const override { return text; }
+    const char* text;
+};
+
+// Exit code: bit 0 the messages, bit 1 the old-method answers.
+void recogniseByName() {
+    testing::internal::CaptureStdout();
+    NamedImage named(false, "ilSmartImage"), typed(true, "Image");
+    const int answers = IsSmartImage(&named) * 2 + IsSmartImage(&typed);
+    const std::string out = testing::internal::GetCapturedStdout();
+    const bool said = out ==
+                      "\nSID: Using Old ImageID method. Performance may be degraded.\n"
+                      "Frescoline: to use the new method, unsetenv QUILLON_FL_USE_OLD_IMAGEID\n\n";
+    std::exit((said ? 0 : 1) | (answers == 2 ? 0 : 2));
+}
+
+// Exit code: bit 0 the message, bit 1 the poison, bit 2 the list check.
+void checkingMode() {
+    testing::internal::CaptureStdout();
+    SmartImageCache* c = SmartImageCache::GetInstance();
+    const std::string out = testing::internal::GetCapturedStdout();
+    SmartImgPage small(0, 1), big(0, 4), other(0, 4);
+    small.Realize(2);
+    big.Realize(2);
+    bool poisoned = true;
+    for (int i = 0; i < kPagePixels; ++i)
+        poisoned = poisoned && small.GetData()[i] == 0x35 &&
+                   reinterpret_cast<std::uint32_t*>(big.GetData())[i] == 0xff10ff10u;
+    const bool cleanBefore = FaultLatch == 0 && c->CheckLists();
+    // A resident list entry that claims another state is caught at the next list change.
+    big.GetPageData()->state = SolidFill;
+    other.Realize(2);
+    const bool caught = FaultLatch != 0;
+    big.GetPageData()->state = ValidInMem;
+    std::exit((out == "SID: SmartImage checking is enabled.\n" ? 0 : 1) | (poisoned ? 0 : 2) |
+              (cleanBefore && caught ? 0 : 4));
+}
+
+TEST(SmartCacheSwitches, ReadOnceAtCreation) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    setenv("QUILLON_FL_USE_OLD_IMAGEID", "1", 1);
+    EXPECT_EXIT(recogniseByName(), testing::ExitedWithCode(0), "");
+    unsetenv("QUILLON_FL_USE_OLD_IMAGEID");
+    setenv("QUILLON_FL_SMARTIMAGE_CHECKING", "1", 1);
+    EXPECT_EXIT(checkingMode(), testing::ExitedWithCode(0), "");
+    unsetenv("QUILLON_FL_SMARTIMAGE_CHECKING");
+    GTEST_FLAG_SET(death_test_style, "fast");
+
+    // This process created its cache without either switch: recognition by type code.
+    NamedImage named(false, "ilSmartImage"), typed(true, "Image");
+    EXPECT_EQ(IsSmartImage(&named), 0);
+    EXPECT_EQ(IsSmartImage(&typed), 1);
+    EXPECT_EQ(cache()->IsChecking(), 0);
+}
+
+TEST(SmartCacheSwitches, SmartSeedsShareThroughTheLookup) {
+    ResetFaultLatchForTest();
+    NamedImage seed(true, "ilSmartImage");
+    SmartImgPage seedPage(0x55u, 4), child;
+    // Without a page table to ask, a smart seed cannot be shared.
+    child.SetSeed(&seed, 0, 0);
+    EXPECT_TRUE(child.IsNull());
+    EXPECT_EQ(FaultLatch, 1u);
+    ResetFaultLatchForTest();
+
+    static SmartImgPage* answer;
+    answer = &seedPage;
+    SmartImgPage::SmartSeedLookup = [](ilImage*, int x, int y) {
+        return x == 128 && y == 256 ? answer : nullptr;
+    };
+    child.SetSeed(&seed, 128, 256);
+    EXPECT_EQ(child.GetPageData(), seedPage.GetPageData());
+    EXPECT_EQ(seedPage.GetRefCnt(), 2);
+    child.SetSeed(&seed, 100, 256);  // not a page origin
+    EXPECT_TRUE(child.IsNull());
+    EXPECT_EQ(seedPage.GetRefCnt(), 1);
+    EXPECT_EQ(FaultLatch, 1u);
+    SmartImgPage::SmartSeedLookup = nullptr;
+    seedPage.UnRef(1);
+    ResetFaultLatchForTest();
+}
+
+}  // namespace
