@@ -216,7 +216,8 @@ void ilLink::setRelatedType(int type, int seesDisabled_) {
     relatedType = type;
     seesDisabled = static_cast<uint8_t>(seesDisabled_ != 0);
     ilLink* parent = getDirectParent(0);
-    if (!parent) return;
+    // -1 marks a node that is no related child, so it never displaces anything.
+    if (!parent || type == -1) return;
     // One related child of a type per parent. The walk goes on by position after a deletion, as it
     // always has, and so may pass over the child that moved into the freed place.
     for (int i = 0; i < parent->getNumChildren(); ++i) {

@@ -1,0 +1,3 @@
+#include "TestImage.h"
+
+const ilClassList TestImage::classList = {"a", &ilImage::classList};
