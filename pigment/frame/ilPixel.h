@@ -19,7 +19,8 @@ public:
     // Element i as a double; the index is clamped, so reading past the end repeats the last channel.
     double getElem(int i) const;
     // Integer types take the value truncated toward zero, keeping the low bits; an index past the end
-    // grows the pixel (an ilAnyType pixel becomes ilDouble first).
+    // grows the pixel (an ilAnyType pixel becomes ilDouble first), but never past 65536 channels, so
+    // a stray index cannot ask for gigabytes. A negative index does nothing.
     void setElem(double value, int i);
     double minElem() const;
     double maxElem() const;
