@@ -1,0 +1,226 @@
+// Value utilities: bit fields, integer ranges and packing, identifiers, strings, file names,
+// system information.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "pigment/base/vlBitField.h"
+#include "pigment/base/vlFilename.h"
+#include "pigment/base/vlIntRange2d.h"
+#include "pigment/base/vlString.h"
+#include "pigment/base/vlSysInfo.h"
+#include "pigment/base/vlUuid.h"
+
+namespace {
+
+TEST(BitField, SetTestOrAndBounds) {
+    vlUtil::BitField f(130);
+    EXPECT_FALSE(f.any());
+    f.setBit(0, true).setBit(64, true).setBit(129, true).setBit(130, true).setBit(-1, true);
+    EXPECT_EQ(f.countSet(), 3);
+    EXPECT_TRUE(f.testBit(129));
+    EXPECT_FALSE(f.testBit(130));
+    EXPECT_FALSE(f.testBit(-5));
+    f.setBit(64, false);
+    EXPECT_FALSE(f.testBit(64));
+
+    vlUtil::BitField g(130);
+    g.setBit(5, true);
+    f |= g;
+    EXPECT_EQ(f.countSet(), 3);
+    EXPECT_TRUE(f.testBit(5));
+    g.setAll();
+    EXPECT_EQ(g.countSet(), 130);  // no bits past the end
+    vlUtil::BitField small(3);
+    small |= g;  // only the bits inside the smaller field
+    EXPECT_EQ(small.countSet(), 3);
+    g.setAll(false);
+    EXPECT_FALSE(g.any());
+}
+
+TEST(IntRange2d, ContainsWrapClamp) {
+    const vlUtil::IntRange2d r(-4, 10, 6, 13);  // x in [-4, 6), y in [10, 13)
+    const struct {
+        int axis, value;
+        bool inside;
+        int wrapped, clamped;
+    } cases[] = {
+        {0, -4, true, -4, -4},      {0, 5, true, 5, 5},         {0, 6, false, -4, 5},
+        {0, -5, false, 5, -4},      {0, -14, false, -4, -4},    {0, -15, false, 5, -4},
+        {0, 27, false, -3, 5},      {1, 9, false, 12, 10},      {1, 0, false, 12, 10},
+        {1, -1, false, 11, 10},     {1, 13, false, 10, 12},     {1, 100, false, 10, 12},
+        {0, INT_MIN, false, 2, -4}, {0, INT_MAX, false, -3, 5},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(r.contains(c.axis, c.value), c.inside) << c.axis << "," << c.value;
+        EXPECT_EQ(r.wrap(c.axis, c.value), c.wrapped) << c.axis << "," << c.value;
+        EXPECT_EQ(r.clamp(c.axis, c.value), c.clamped) << c.axis << "," << c.value;
+        EXPECT_TRUE(r.contains(c.axis, r.wrap(c.axis, c.value)));
+    }
+    const vlUtil::IntRange2d empty(3, 3, 3, 8);
+    EXPECT_EQ(empty.wrap(0, 17), 3);
+    EXPECT_EQ(empty.clamp(0, -9), 3);
+    EXPECT_TRUE(empty.isEmpty());
+}
+
+bool overlap(const vlUtil::IntRange2d& a, const vlUtil::IntRange2d& b) {
+    return a.min(0) < b.max(0) && b.min(0) < a.max(0) && a.min(1) < b.max(1) && b.min(1) < a.max(1);
+}
+
+TEST(IntRange2d, PackPlacesWithoutOverlapInsideTheBounds) {
+    std::srand(7);
+    for (bool pow2 : {false, true}) {
+        for (int count : {1, 5, 40}) {
+            std::vector<vlUtil::IntRange2d> boxes, before;
+            for (int i = 0; i < count; ++i) {
+                const int x = std::rand() % 50 - 25, y = std::rand() % 50 - 25;
+                boxes.emplace_back(x, y, x + 1 + std::rand() % 30, y + 1 + std::rand() % 30);
+            }
+            boxes.emplace_back(0, 0, 0, 5);  // empty: takes no room
+            before = boxes;
+            const vlUtil::IntRange2d bounds = vlUtil::pack(boxes, pow2);
+            long long area = 0;
+            for (std::size_t i = 0; i + 1 < boxes.size(); ++i) {
+                EXPECT_EQ(boxes[i].width(), before[i].width());
+                EXPECT_EQ(boxes[i].height(), before[i].height());
+                EXPECT_GE(boxes[i].min(0), 0);
+                EXPECT_GE(boxes[i].min(1), 0);
+                EXPECT_LE(boxes[i].max(0), bounds.max(0));
+                EXPECT_LE(boxes[i].max(1), bounds.max(1));
+                area += static_cast<long long>(boxes[i].width()) * boxes[i].height();
+                for (std::size_t j = 0; j < i; ++j)
+                    EXPECT_FALSE(overlap(boxes[i], boxes[j]));
+            }
+            if (pow2) {
+                EXPECT_EQ(bounds.width() & (bounds.width() - 1), 0);
+                EXPECT_EQ(bounds.height() & (bounds.height() - 1), 0);
+            } else {
+                // A shelf packer wastes space but should not waste most of it.
+                EXPECT_LE(static_cast<long long>(bounds.width()) * bounds.height(), 4 * area);
+            }
+        }
+    }
+    std::vector<vlUtil::IntRange2d> none;
+    EXPECT_TRUE(vlUtil::pack(none, true).isEmpty());
+}
+
+TEST(Uuid, EmptyUntilGeneratedAndDistinct) {
+    vlOS::Uuid a, b;
+    EXPECT_TRUE(a.isEmpty());
+    EXPECT_EQ(a, b);
+    a.generate();
+    b.generate();
+    EXPECT_FALSE(a.isEmpty());
+    EXPECT_NE(a, b);
+    EXPECT_TRUE(a < b || b < a);
+    vlOS::Uuid copy = a;
+    EXPECT_EQ(copy, a);
+    const std::string text = a.toString();
+    EXPECT_EQ(text.size(), 36u);
+    EXPECT_EQ(text[14], '4');  // version 4
+}
+
+TEST(SysInfo, Plausible) {
+    const vlOS::SysInfo& info = vlOS::sysInfo();
+    EXPECT_EQ(&info, &vlOS::sysInfo());
+    EXPECT_GE(info.numCPUs(), 1);
+    EXPECT_LE(info.numCPUs(), 4096);
+    const auto total = info.totalPhysicalMemory(), avail = info.availPhysicalMemory();
+    EXPECT_GT(total, 64ULL << 20);
+    EXPECT_GT(avail, 0u);
+    EXPECT_LE(avail, total);
+}
+
+TEST(Filename, BaseTrunkAndParts) {
+    const struct {
+        const char* path;
+        const char* trunk;
+        const char* dir;
+        const char* ext;
+    } cases[] = {
+        {"/a/b/c.txt", "c", "/a/b", "txt"}, {"c.tar.gz", "c.tar", "", "gz"},
+        {"/a.b/c", "c", "/a.b", ""},        {".profile", ".profile", "", ""},
+        {"/tmp/", "", "/tmp", ""},          {"/x", "x", "/", ""},
+        {"name.", "name", "", ""},          {"", "", "", ""},
+        {"../..", "..", "..", ""},
+    };
+    for (const auto& c : cases) {
+        const vlOS::Filename f(c.path);
+        EXPECT_EQ(f.baseTrunk(), c.trunk) << c.path;
+        EXPECT_EQ(f.directory(), c.dir) << c.path;
+        EXPECT_EQ(f.extension(), c.ext) << c.path;
+    }
+    vlOS::Filename g(vlString::IString("/d/e.f"));
+    vlOS::Filename h;
+    h = g;
+    EXPECT_STREQ(h.asChar(), "/d/e.f");
+    EXPECT_STREQ(vlOS::Filename("/d").appended("x.y").asChar(), "/d/x.y");
+}
+
+TEST(Filename, TempDirectoryFollowsTMPDIR) {
+    const char* saved = std::getenv("TMPDIR");
+    const std::string keep = saved ? saved : "";
+    const struct {
+        const char* value;  // null: unset
+        const char* expect;
+    } cases[] = {{nullptr, "/tmp"}, {"", "/tmp"}, {"/var/tmp/", "/var/tmp"}, {"/x/y", "/x/y"}};
+    for (const auto& c : cases) {
+        if (c.value) {
+            setenv("TMPDIR", c.value, 1);
+        } else {
+            unsetenv("TMPDIR");
+        }
+        EXPECT_STREQ(vlOS::getTempDirectory().asChar(), c.expect);
+    }
+    if (saved) {
+        setenv("TMPDIR", keep.c_str(), 1);
+    } else {
+        unsetenv("TMPDIR");
+    }
+}
+
+TEST(Strings, Int64ToAsciiAndEncodings) {
+    const struct {
+        long long value;
+        const char* text;
+    } cases[] = {{0, "0"},
+                 {-7, "-7"},
+                 {1234567890123LL, "1234567890123"},
+                 {INT64_MAX, "9223372036854775807"},
+                 {INT64_MIN, "-9223372036854775808"}};
+    for (const auto& c : cases) {
+        char buffer[21];
+        EXPECT_STREQ(int64ToAscii(c.value, buffer, sizeof(buffer)), c.text);
+        EXPECT_STREQ(int64ToAscii(c.value).asChar(), c.text);
+    }
+    char tiny[3];
+    EXPECT_EQ(int64ToAscii(-100, tiny, sizeof(tiny)), nullptr);
+    EXPECT_STREQ(tiny, "");
+
+    vlString::CString s("ab");
+    s.plusEqual("cd").plusEqual(nullptr).plusEqual(vlString::CString("e"));
+    EXPECT_STREQ(s.asChar(), "abcde");
+
+    const struct {
+        const char* bytes;
+        bool valid;
+    } texts[] = {{"plain", true},
+                 {"gr\xC3\xBC\xC3\x9F", true},
+                 {"\xE2\x82\xAC", true},
+                 {"\xC3", false},
+                 {"\xC0\xAF", false},
+                 {"\xED\xA0\x80", false},
+                 {"\xF4\x90\x80\x80", false},
+                 {"\xFF", false}};
+    for (const auto& t : texts) {
+        bool ok = !t.valid;
+        vlString::IString is(t.bytes, vlString::UTF8, &ok);
+        EXPECT_EQ(ok, t.valid) << t.bytes;
+        EXPECT_STREQ(is.asMultibyte(vlString::Multibyte).asChar(), t.bytes);
+    }
+}
+
+}  // namespace
