@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "pigment/frame/ilSIDImage.h"
+
 void ilTile_union(ilTile& out, const ilTile& a, const ilTile& b) {
     out = ilTileUnion(a, b);
 }
@@ -42,4 +44,20 @@ void halveAxis(int& origin, int& extent) {
 void ilTileHalfScale(ilTile& tile) {
     halveAxis(tile.x, tile.nx);
     halveAxis(tile.y, tile.ny);
+}
+
+namespace {
+
+ilTile boundsOf(ilSIDImage* image) {
+    return image ? image->getBounds() : ilTile(0, 0, 0, 0, 0, 0);
+}
+
+}  // namespace
+
+ilTile ilBoundaryUnion(ilSIDImage* a, ilSIDImage* b) {
+    return ilTileUnion(boundsOf(a), boundsOf(b));
+}
+
+ilTile ilBoundaryIntersection(ilSIDImage* a, ilSIDImage* b) {
+    return ilTileIntersection(boundsOf(a), boundsOf(b));
 }

@@ -1,8 +1,10 @@
 // Small free functions on ilTile used by tile walkers and image pyramids: union, reset, growth,
-// a two-dimensional touch test and halving for the next coarser level.
+// a two-dimensional touch test, halving for the next coarser level, and bounds of two images.
 #pragma once
 
 #include "pigment/frame/ilTile.h"
+
+class ilSIDImage;
 
 // out becomes the bounding box of a and b, by the rules of ilTileUnion.
 void ilTile_union(ilTile& out, const ilTile& a, const ilTile& b);
@@ -15,6 +17,10 @@ bool ilTile_intersected(const ilTile& a, const ilTile& b);
 // The tile at half resolution, rounded outward so it covers every pixel the original touched;
 // an extent that would vanish stays 1. z is untouched.
 void ilTileHalfScale(ilTile& tile);
+
+// The bounding box and the overlap of the bounds of two images; a null image has empty bounds.
+ilTile ilBoundaryUnion(ilSIDImage* a, ilSIDImage* b);
+ilTile ilBoundaryIntersection(ilSIDImage* a, ilSIDImage* b);
 
 // Pointer forms for callers that hold tiles by address.
 inline void ilTile_union(ilTile* out, const ilTile* a, const ilTile* b) {
