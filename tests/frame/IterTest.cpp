@@ -12,6 +12,7 @@
 
 #include "pigment/frame/ilImage.h"
 #include "pigment/frame/ilLockedTile.h"
+#include "pigment/frame/ilMemoryImg.h"
 #include "pigment/frame/ilPage.h"
 #include "pigment/frame/ilPageWalker.h"
 #include "pigment/frame/ilTileComposeIter.h"
@@ -632,6 +633,15 @@ TEST(TileFunctions, HalfScaleUnionResetExpandIntersected) {
     EXPECT_EQ(e, ilTile(3, 4, 7, 12, 13, 10));
     ilTile_expand(&e, -2);
     EXPECT_EQ(e, ilTile(5, 6, 7, 8, 9, 10));
+}
+
+TEST(TileFunctions, BoundsOfTwoImages) {
+    ilMemoryImg a(ilSize(10, 20, 1, 1), ilUChar, ilInterleaved);
+    ilMemoryImg b(ilSize(30, 5, 2, 1), ilUChar, ilInterleaved);
+    EXPECT_EQ(ilBoundaryUnion(&a, &b), ilTile(0, 0, 0, 30, 20, 2));
+    EXPECT_EQ(ilBoundaryIntersection(&a, &b), ilTile(0, 0, 0, 10, 5, 1));
+    EXPECT_EQ(ilBoundaryUnion(&a, nullptr), ilTile(0, 0, 0, 10, 20, 1));
+    EXPECT_EQ(ilBoundaryIntersection(nullptr, &b), ilTile(0, 0, 0, 0, 0, 0));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "TestImage.h"
+#include "pigment/frame/ilMemoryImg.h"
 #include "pigment/frame/ilSubImg.h"
 
 namespace {
@@ -175,6 +176,32 @@ TEST(SubImg, OutsideTheWindowReadsTheFill) {
     std::vector<short> shorts(6, 99);
     ASSERT_EQ(sub.getTile(-10, 0, 3, 2, shorts.data(), &oneChan), ilOK);
     EXPECT_EQ(shorts, std::vector<short>(6, -8));
+}
+
+// The same window over a memory image, whose reads run through the transfer engine.
+TEST(SubImg, OverAMemoryImage) {
+    ilMemoryImg input(ilSize(6, 4, 1, 3), ilUChar, ilInterleaved);
+    std::vector<unsigned char> pixels(6 * 4 * 3);
+    for (size_t i = 0; i < pixels.size(); ++i)
+        pixels[i] = static_cast<unsigned char>(i);
+    ASSERT_EQ(input.setTile(0, 0, 6, 4, pixels.data()), ilOK);
+    int reversed[] = {2, 1, 0};
+    ilConfig cfg(ilUChar, ilInterleaved, 3, reversed);
+    ilSubImg sub(&input, 2, 1, 3, 2, &cfg);
+    ilPixel fill(ilUChar, 3);
+    for (int c = 0; c < 3; ++c)
+        fill.setElem(200 + c, c);
+    ASSERT_EQ(sub.setFill(fill), ilOK);
+
+    std::vector<unsigned char> got(3 * 2 * 3, 0);
+    ASSERT_EQ(sub.getTile(1, 1, 3, 2, got.data()), ilOK);
+    for (int j = 0; j < 2; ++j)
+        for (int i = 0; i < 3; ++i)
+            for (int c = 0; c < 3; ++c) {
+                bool inside = 1 + i < 3 && 1 + j < 2;
+                int want = inside ? pixels[((2 + j) * 6 + 3 + i) * 3 + 2 - c] : 200 + c;
+                EXPECT_EQ(got[(j * 3 + i) * 3 + c], want) << i << "," << j << "," << c;
+            }
 }
 
 TEST(SubImg, WritesGoThroughToTheInputAndStopAtTheEdge) {
