@@ -220,7 +220,6 @@ void pageOutAndExit(const std::string& dir) {
     SmartImgPage page;
     writeContent(page, 11);
     SmartImageCache::GetInstance()->EvictPage(page.GetPageData());
-    TempDir probe;
     const bool created = page.GetState() == Swapped &&
                          std::string(cache()->GetSwapFile(4).GetPath()).rfind(dir, 0) == 0;
     std::exit(created ? 0 : 3);
