@@ -95,7 +95,8 @@ ilStatus ilConstImg::getSubTile3Dv2(const ilTile& tile, void* data, const ilTile
     else {
         ilTileBlock buffer(data, box, type, cfg ? cfg->order : order, nc, cfg ? cfg->chanOffset : 0,
                            cfg ? cfg->chanList : nullptr);
-        if (!tile.empty()) buffer.setRegion(tile);
+        // The region is always set: an empty tile reads nothing here, as on the fast path.
+        buffer.setRegion(tile);
         ilTileBlock solid(pixel, nullptr, 0, nullptr);
         ilTransfer(buffer, solid);
     }
