@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdio>
 
+#include "pigment/frame/ilBoxBytes_p.h"
 #include "pigment/frame/ilData.h"
 #include "pigment/frame/ilPage.h"
 #include "pigment/frame/ilTileTransfer_p.h"
@@ -137,9 +138,8 @@ void ilMemoryImg::reset() {
     pixels->beginOperations();
     bool configured = dataType != ilAnyType && order != ilAnyOrder && size.x > 0 && size.y > 0 &&
                       size.z > 0 && size.c > 0;
-    int64_t needed =
-        configured ? ilDataSize(dataType, static_cast<int64_t>(size.c) * size.z * size.y * size.x)
-                   : 0;
+    // A size too large to count asks for more than any allocator gives, and so fails as one.
+    const int64_t needed = configured ? ilBoxBytes(dataType, size.c, size.z, size.y, size.x) : 0;
     // A wrapped block given without its size is the caller's affair and is left alone.
     bool unknownWrap = pixels->getImageData() && !pixels->ownsBlock() && pixels->getSize() == 0;
     if (!unknownWrap && needed != pixels->getSize()) {
@@ -182,7 +182,7 @@ int64_t ilMemoryImg::mem_used() {
     int64_t used = pixels->getSize();
     if (source) {
         ilSize s = source->getSize();
-        used += ilDataSize(source->getDataType(), static_cast<int64_t>(s.x) * s.y * s.c);
+        used += ilBoxBytes(source->getDataType(), s.x, s.y, s.c);
     }
     return used;
 }
