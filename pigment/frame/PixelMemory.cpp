@@ -63,9 +63,10 @@ void* PixelMemory::allocateMemory(int64_t bytes) {
         handler();
         return allocateMemory(bytes);
     }
+    // The count is printed whole: cut to an int, a block of 16 TiB would be reported as 0 bytes.
     char text[96];
-    std::snprintf(text, sizeof text, "ilMemoryImg: Could not allocate memory (%d bytes)",
-                  static_cast<int>(bytes));
+    std::snprintf(text, sizeof text, "ilMemoryImg: Could not allocate memory (%lld bytes)",
+                  static_cast<long long>(bytes));
     std::fprintf(stderr, "%s\n", text);
     std::fflush(stderr);
     ilSetFatalError(text);
