@@ -90,8 +90,26 @@ ilMemoryImg::ilMemoryImg(const ilMemoryImg& other)
       wholePage(nullptr),
       autoSync(other.autoSync),
       source(other.source),
-      ownsPixels(false) {
+      ownsPixels(false),
+      missingInput(other.missingInput) {
     ++liveMemoryImages;
+}
+
+ilMemoryImg& ilMemoryImg::operator=(const ilMemoryImg& other) {
+    if (this == &other) return *this;
+    ilSIDImage::operator=(other);
+    // The page stands over the old block and is never shared, so each image deletes only its own.
+    delete wholePage;
+    wholePage = nullptr;
+    if (pixels != other.pixels) {
+        if (ownsPixels) delete pixels;
+        pixels = other.pixels;
+        ownsPixels = false;
+    }
+    autoSync = other.autoSync;
+    source = other.source;
+    missingInput = other.missingInput;
+    return *this;
 }
 
 ilMemoryImg::~ilMemoryImg() {
