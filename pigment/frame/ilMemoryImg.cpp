@@ -361,8 +361,10 @@ ilStatus ilMemoryImg::copyPages(const ilTile& tile, ilImage* other, const ilXYZs
                         : other->setSubTile3D(there.x, there.y, there.z, there.nx, there.ny,
                                               there.nz, block, blockBox.x, blockBox.y, blockBox.z,
                                               blockBox.nx, blockBox.ny, blockBox.nz, &local);
-        // The part of the tile beyond this image arrives in the other image as fill.
-        if (result == ilOK)
+        // The part of the tile beyond this image arrives in the other image as fill. An empty
+        // tile has no such part, and must not reach fillTile3D, which reads an empty tile as the
+        // whole image.
+        if (result == ilOK && !tile.empty())
             other->fillTile3D(dest.x, dest.y, dest.z, tile.nx, tile.ny, tile.nz,
                               fill.nc() == size.c ? fill.elems() : nullptr, &local, &blockBox);
     }
