@@ -166,8 +166,10 @@ void ilMemoryImg::reset() {
         else
             pixels->freeData();
     }
-    if (!pixels->getImageData()) status = ilOutOfMemory;
-    if (!configured) status = ilNotConfigured;
+    // The first failure found is the one kept: a missing or failing input comes before the
+    // configuration, and an unconfigured image before a missing block.
+    if (status == ilOK && !configured) status = ilNotConfigured;
+    if (status == ilOK && !pixels->getImageData()) status = ilOutOfMemory;
     if (status == ilOK) {
         ilImage::reset();
         if (autoSync) syncData();
