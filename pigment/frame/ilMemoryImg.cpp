@@ -72,7 +72,9 @@ ilMemoryImg::ilMemoryImg(void* data, int64_t dataSize, const ilSize& s, ilType t
 
 ilMemoryImg::ilMemoryImg(ilImage* image, int autoSync_, bool) {
     if (!image) {
+        // Otherwise a valid image: an input given later is followed as asked.
         init(ilSize(0, 0, 1, 0), ilAnyType, ilAnyOrder);
+        autoSync = autoSync_;
         missingInput = true;
         status = ilBadInput;
         return;
