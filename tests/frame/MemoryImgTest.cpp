@@ -231,6 +231,17 @@ TEST(MemoryImg, InputIsPulledLazilyOrSnapshotAndFollowed) {
     EXPECT_EQ(got, 42);
     EXPECT_EQ(snapshot.getTile3D(1, 1, 0, 1, 1, 1, &got), ilOK);
     EXPECT_EQ(got, ramp(1, 1, 0));
+    // Pixels changed behind the image's back reach its children once it is marked dirty.
+    static_cast<unsigned char*>(input->getDataPtr())[0] = 99;
+    EXPECT_EQ(follows.getTile3D(0, 0, 0, 1, 1, 1, &got), ilOK);
+    EXPECT_EQ(got, ramp(0, 0, 0));
+    input->markDirty();
+    EXPECT_EQ(follows.getTile3D(0, 0, 0, 1, 1, 1, &got), ilOK);
+    EXPECT_EQ(got, 99);
+    // A snapshot switched to autoSync follows from its next read.
+    snapshot.setAutoSync(1);
+    EXPECT_EQ(snapshot.getTile3D(1, 1, 0, 1, 1, 1, &got), ilOK);
+    EXPECT_EQ(got, 42);
 
     // A missing input is an error until an input is given; an input in error passes it on.
     ilMemoryImg orphan(nullptr, 1);
