@@ -5,7 +5,6 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <memory>
 #include <new>
 #include <sstream>
@@ -400,127 +399,52 @@ TEST(MemoryImg, CopiesBetweenImagesMatchTheModel) {
 }
 
 TEST(MemoryImg, BadInputNeverCrashesOrWritesOutsideTheBuffer) {
-    using Call = std::function<ilStatus(ilMemoryImg&, unsigned char*)>;
+    enum Op { Get, Set, Fill };
     static int wild[3] = {1000, -7, INT_MIN};
-    auto cfg = [](ilType t, ilOrder o, int nc, int* list, int offset, int space) {
-        return ilConfig(t, o, nc, list, offset, static_cast<ilCoordSpace>(space));
-    };
     const int h = INT_MAX / 2;
+    const ilTile box(0, 0, 0, 4, 4, 1);
+    auto cfg = [](int type, int order, int nc, int offset = 0, int* list = nullptr, int space = 0) {
+        return ilConfig(ilType(type), ilOrder(order), nc, list, offset, ilCoordSpace(space));
+    };
+    const ilConfig own = cfg(ilUChar, ilInterleaved, 3);
     const struct {
         const char* what;
-        Call call;
-        ilStatus want;
+        Op op;
+        ilTile tile, box;
+        bool nullData, useCfg;
+        ilConfig cfg;
         bool bufferChanges, imageChanges;
     } rows[] = {
-        {"read to null",
-         [](ilMemoryImg& i, unsigned char*) { return i.getTile3D(0, 0, 0, 2, 2, 1, nullptr); },
-         ilOK, false, false},
-        {"write from null",
-         [](ilMemoryImg& i, unsigned char*) { return i.setTile3D(0, 0, 0, 2, 2, 1, nullptr); },
-         ilOK, false, false},
-        {"negative buffer box",
-         [](ilMemoryImg& i, unsigned char* b) {
-             return i.getSubTile3D(0, 0, 0, 2, 2, 1, b, 0, 0, 0, -3, 2, 1);
-         },
-         ilOK, false, false},
-        {"negative tile reads the box",
-         [](ilMemoryImg& i, unsigned char* b) {
-             return i.getSubTile3D(0, 0, 0, -2, 2, 1, b, 1, 1, 0, 4, 4, 1);
-         },
-         ilOK, true, false},
-        {"negative tile writes the box",
-         [](ilMemoryImg& i, unsigned char* b) {
-             return i.setSubTile3D(0, 0, 0, 2, -2, 1, b, 1, 1, 0, 4, 4, 1);
-         },
-         ilOK, false, true},
-        {"huge tile and box",
-         [h](ilMemoryImg& i, unsigned char* b) { return i.getTile3D(h, h, h, 4, 4, 1, b); }, ilOK,
-         true, false},
-        {"huge tile, small box",
-         [h](ilMemoryImg& i, unsigned char* b) {
-             return i.getSubTile3D(h, -h, 0, h, h, 1, b, 0, 0, 0, 4, 4, 1);
-         },
-         ilOK, false, false},
-        {"huge write",
-         [h](ilMemoryImg& i, unsigned char* b) { return i.setTile3D(-h, h, 0, 4, 4, 1, b); }, ilOK,
+        {"read to null", Get, box, box, true, false, own, false, false},
+        {"write from null", Set, box, box, true, false, own, false, false},
+        {"negative buffer box", Get, box, ilTile(0, 0, 0, -3, 2, 1), false, false, own, 0, 0},
+        {"negative tile reads the box", Get, ilTile(0, 0, 0, -2, 2, 1), ilTile(1, 1, 0, 4, 4, 1),
+         false, false, own, true, false},
+        {"negative tile writes the box", Set, ilTile(0, 0, 0, 2, -2, 1), ilTile(1, 1, 0, 4, 4, 1),
+         false, false, own, false, true},
+        {"huge tile and box", Get, ilTile(h, h, h, 4, 4, 1), ilTile(h, h, h, 4, 4, 1), false, false,
+         own, true, false},
+        {"huge tile, small box", Get, ilTile(h, -h, 0, h, h, 1), box, false, false, own, 0, 0},
+        {"huge write", Set, ilTile(-h, h, 0, 4, 4, 1), ilTile(-h, h, 0, 4, 4, 1), false, false, own,
          false, false},
-        {"null config",
-         [](ilMemoryImg& i, unsigned char* b) { return i.getTile3D(0, 0, 0, 4, 4, 1, b, nullptr); },
-         ilOK, true, false},
-        {"unknown type 3",
-         [&](ilMemoryImg& i, unsigned char* b) {
-             ilConfig c = cfg(ilType(3), ilInterleaved, 3, nullptr, 0, 0);
-             return i.getTile3D(0, 0, 0, 4, 4, 1, b, &c);
-         },
-         ilOK, false, false},
-        {"unknown type 1000 written",
-         [&](ilMemoryImg& i, unsigned char* b) {
-             ilConfig c = cfg(ilType(1000), ilInterleaved, 3, nullptr, 0, 0);
-             return i.setTile3D(0, 0, 0, 4, 4, 1, b, &c);
-         },
-         ilOK, false, false},
-        {"unknown order",
-         [&](ilMemoryImg& i, unsigned char* b) {
-             ilConfig c = cfg(ilUChar, ilOrder(99), 3, nullptr, 0, 0);
-             return i.getTile3D(0, 0, 0, 4, 4, 1, b, &c);
-         },
-         ilOK, true, false},
-        {"unknown space",
-         [&](ilMemoryImg& i, unsigned char* b) {
-             ilConfig c = cfg(ilUChar, ilInterleaved, 3, nullptr, 0, 42);
-             return i.getTile3D(0, 0, 0, 4, 4, 1, b, &c);
-         },
-         ilOK, true, false},
-        {"negative channels",
-         [&](ilMemoryImg& i, unsigned char* b) {
-             ilConfig c = cfg(ilUChar, ilInterleaved, -2, nullptr, 0, 0);
-             return i.getTile3D(0, 0, 0, 4, 4, 1, b, &c);
-         },
-         ilOK, false, false},
-        {"offset past every channel",
-         [&](ilMemoryImg& i, unsigned char* b) {
-             ilConfig c = cfg(ilUChar, ilInterleaved, 3, nullptr, INT_MAX, 0);
-             return i.getTile3D(0, 0, 0, 4, 4, 1, b, &c);
-         },
-         ilOK, false, false},
-        {"negative offset",
-         [&](ilMemoryImg& i, unsigned char* b) {
-             ilConfig c = cfg(ilUChar, ilInterleaved, 3, nullptr, -INT_MAX, 0);
-             return i.setTile3D(0, 0, 0, 4, 4, 1, b, &c);
-         },
-         ilOK, false, false},
-        {"wild channel list",
-         [&](ilMemoryImg& i, unsigned char* b) {
-             ilConfig c = cfg(ilUChar, ilInterleaved, 3, wild, 0, 0);
-             return i.getSubTile3D(-2, -2, 0, 8, 8, 1, b, 0, 0, 0, 4, 4, 1, &c);
-         },
-         ilOK, false, false},
-        {"fill with unknown type",
-         [&](ilMemoryImg& i, unsigned char* b) {
-             ilConfig c = cfg(ilType(3), ilInterleaved, 3, nullptr, 0, 0);
-             return i.fillTile3D(0, 0, 0, 2, 2, 1, b, &c);
-         },
-         ilOK, false, true},
-        {"fill with negative channels",
-         [&](ilMemoryImg& i, unsigned char* b) {
-             ilConfig c = cfg(ilUChar, ilInterleaved, -1, nullptr, 0, 0);
-             return i.fillTile3D(0, 0, 0, 2, 2, 1, b, &c);
-         },
-         ilOK, false, false},
-        {"fill far away",
-         [h](ilMemoryImg& i, unsigned char* b) { return i.fillTile3D(h, h, 0, h, h, 1, b); }, ilOK,
+        {"null config", Get, box, box, false, false, own, true, false},
+        {"unknown type 3", Get, box, box, false, true, cfg(3, ilInterleaved, 3), false, false},
+        {"unknown type 1000 written", Set, box, box, false, true, cfg(1000, ilInterleaved, 3),
          false, false},
-        {"copy from nobody",
-         [](ilMemoryImg& i, unsigned char*) {
-             return i.copyTileCfg(0, 0, 0, 2, 2, 1, nullptr, 0, 0, 0, nullptr, 1);
-         },
-         ilBadInput, false, false},
-        {"copy of nothing",
-         [](ilMemoryImg& i, unsigned char*) {
-             ilMemoryImg o(ilSize(2, 2, 1, 3), ilUChar, ilInterleaved);
-             return i.copyTile3D(0, 0, 0, -2, -2, 1, &o, 0, 0, 0);
-         },
-         ilOK, false, false},
+        {"unset type and order", Get, box, box, false, true, cfg(0, 0, 3), true, false},
+        {"unknown order", Get, box, box, false, true, cfg(ilUChar, 99, 3), true, false},
+        {"unknown space", Get, box, box, false, true,
+         cfg(ilUChar, ilInterleaved, 3, 0, nullptr, 42), true, false},
+        {"negative channels", Get, box, box, false, true, cfg(ilUChar, ilInterleaved, -2), 0, 0},
+        {"offset past every channel", Get, box, box, false, true,
+         cfg(ilUChar, ilInterleaved, 3, INT_MAX), false, false},
+        {"negative offset written", Set, box, box, false, true,
+         cfg(ilUChar, ilInterleaved, 3, -INT_MAX), false, false},
+        {"wild channel list", Get, ilTile(-2, -2, 0, 8, 8, 1), box, false, true,
+         cfg(ilUChar, ilInterleaved, 3, 0, wild), false, false},
+        {"fill of unknown type", Fill, box, box, false, true, cfg(3, ilInterleaved, 3), 0, 1},
+        {"fill of negative channels", Fill, box, box, false, true, cfg(ilUChar, 1, -1), 0, 0},
+        {"fill far away", Fill, ilTile(h, h, 0, h, h, 1), box, false, false, own, false, false},
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.what);
@@ -530,12 +454,26 @@ TEST(MemoryImg, BadInputNeverCrashesOrWritesOutsideTheBuffer) {
         for (auto& b : mem)
             b = rng.byte();
         const Bytes before = mem, image = blockOf(*img);
-        EXPECT_EQ(r.call(*img, mem.data() + 64), r.want);
+        ilConfig c = r.cfg;
+        ilConfig* pc = r.useCfg ? &c : nullptr;
+        void* data = r.nullData ? nullptr : mem.data() + 64;
+        const ilTile& t = r.tile;
+        const ilStatus s =
+            r.op == Get   ? img->getSubTile3Dv2(t, data, r.box, pc)
+            : r.op == Set ? img->setSubTile3Dv2(t, data, r.box, pc)
+                          : img->fillTile3D(t.x, t.y, t.z, t.nx, t.ny, t.nz, data, pc, nullptr);
+        EXPECT_EQ(s, ilOK);
         EXPECT_TRUE(std::equal(mem.begin(), mem.begin() + 64, before.begin())) << "guard before";
         EXPECT_TRUE(std::equal(mem.end() - 64, mem.end(), before.end() - 64)) << "guard after";
         EXPECT_EQ(mem != before, r.bufferChanges);
         EXPECT_EQ(blockOf(*img) != image, r.imageChanges);
     }
+    auto img = rampImage(2, 2, 3);
+    ilMemoryImg other(ilSize(2, 2, 1, 3), ilUChar, ilInterleaved);
+    EXPECT_EQ(img->copyTileCfg(0, 0, 0, 2, 2, 1, nullptr, 0, 0, 0, nullptr, 1), ilBadInput);
+    const Bytes image = blockOf(*img);
+    EXPECT_EQ(img->copyTile3D(0, 0, 0, -2, -2, 1, &other, 0, 0, 0), ilOK);
+    EXPECT_EQ(blockOf(*img), image) << "a copy of nothing moves nothing";
 }
 
 TEST(MemoryImg, MemoryThatCannotBeHadIsReportedAndKept) {
