@@ -59,6 +59,9 @@ int moveableChild() {
         // No reachable pixels: the failure of reset is kept, and nothing reaches the buffer.
         wrong = img.getStatus() != ilOutOfMemory || written != ilOutOfMemory ||
                 read != ilOutOfMemory || img.getDataPtr() != nullptr || out[0] != 0x5a;
+        // Once the failure is cleared, reads succeed and still write nothing.
+        img.clearStatus();
+        wrong = wrong || img.getTile3D(0, 0, 0, 4, 4, 1, out) != ilOK || out[0] != 0x5a;
     } else {
         wrong = written != ilOK || read != ilOK || !roundTrip;
     }
