@@ -90,4 +90,9 @@ TEST(ConstImg, WritesAreRefusedAndPushesFill) {
     const unsigned char swapped[4] = {30, 40, 10, 20};
     EXPECT_EQ(std::memcmp(pixelAt(0, 0), swapped, 4), 0);
     EXPECT_EQ(std::memcmp(pixelAt(1, 0), before.data() + 4, 4), 0);
+
+    // A memory image pulls from a constant one through the constant's byte path.
+    EXPECT_EQ(canvas.copyTile(2, 2, 2, 2, &img, 100, -100), ilOK);
+    EXPECT_EQ(std::memcmp(pixelAt(3, 3), rgba, 4), 0);
+    EXPECT_EQ(std::memcmp(pixelAt(1, 1), before.data() + 20, 4), 0);
 }
