@@ -48,24 +48,29 @@ PixelMemory::~PixelMemory() {
 
 void* PixelMemory::allocateMemory(int64_t bytes) {
     if (bytes <= 0) return nullptr;
-    void* block;
-    try {
-        block = lowLevelAllocate(bytes);
-    } catch (...) {
-        return nullptr;
-    }
-    ++blocksOut;
-    bytesOut += bytes;
-    if (block) return block;
-    --blocksOut;
-    bytesOut -= bytes;
-    if (std::new_handler handler = std::get_new_handler()) {
+    // As operator new does, a failure calls the installed new-handler and tries again for as long
+    // as there is one. This is a loop rather than a recursion, so a handler that frees a little at
+    // a time cannot exhaust the stack.
+    for (;;) {
+        void* block;
+        try {
+            block = lowLevelAllocate(bytes);
+        } catch (...) {
+            return nullptr;
+        }
+        if (block) {
+            ++blocksOut;
+            bytesOut += bytes;
+            return block;
+        }
+        std::new_handler handler = std::get_new_handler();
+        if (!handler) break;
         handler();
-        return allocateMemory(bytes);
     }
+    // The count is printed whole: cut to an int, a block of 16 TiB would be reported as 0 bytes.
     char text[96];
-    std::snprintf(text, sizeof text, "ilMemoryImg: Could not allocate memory (%d bytes)",
-                  static_cast<int>(bytes));
+    std::snprintf(text, sizeof text, "ilMemoryImg: Could not allocate memory (%lld bytes)",
+                  static_cast<long long>(bytes));
     std::fprintf(stderr, "%s\n", text);
     std::fflush(stderr);
     ilSetFatalError(text);

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "pigment/frame/ilData.h"
+#include "pigment/frame/ilBoxBytes_p.h"
 
 ilBuffer::ilBuffer() {
     checkSize();
@@ -21,7 +21,7 @@ ilBuffer::ilBuffer(ilType type_, int x, int y, int z, int c) : type(type_) {
 ilBuffer::ilBuffer(void* data_, ilType type_, int x, int y, int z, int c) : type(type_) {
     dims[0] = x, dims[1] = y, dims[2] = z, dims[3] = c;
     data = data_;
-    allocated = ilDataSize(type, static_cast<int64_t>(x) * y * z * c);
+    allocated = ilBoxBytes(type, x, y, z, c);
     checkSize();
 }
 
@@ -44,12 +44,12 @@ void* ilBuffer::resize(int x, int y, int z, int c) {
 void ilBuffer::checkSize() {
     for (int& d : dims)
         if (d < 0) d = 0;
-    const int64_t x = dims[0], xy = x * dims[1], xyz = xy * dims[2];
-    strides[0] = ilDataSize(type, 1);
-    strides[1] = ilDataSize(type, x);
-    strides[2] = ilDataSize(type, xy);
-    strides[3] = ilDataSize(type, xyz);
-    const int64_t needed = ilDataSize(type, xyz * dims[3]);
+    strides[0] = ilBoxBytes(type, 1);
+    strides[1] = ilBoxBytes(type, dims[0]);
+    strides[2] = ilBoxBytes(type, dims[0], dims[1]);
+    strides[3] = ilBoxBytes(type, dims[0], dims[1], dims[2]);
+    // A count too large to hold is asked of malloc as is, and fails there.
+    const int64_t needed = ilBoxBytes(type, dims[0], dims[1], dims[2], dims[3]);
     if (data && needed <= allocated && (allocated - needed < slack || !owned)) return;
     std::free(owned);
     owned = nullptr;

@@ -42,8 +42,9 @@ void ilConstImg::reset() {
 
 bool ilConstImg::fastFill(const ilTile& tile, void* data, const ilTile& box, const ilPixel& pixel) {
     const int nc = pixel.nc();
-    // The tile relative to the buffer, inside it.
-    ilTile r(tile.x - box.x, tile.y - box.y, 0, tile.nx, tile.ny, 1);
+    // The tile relative to the buffer, inside it; a tile in another plane than the buffer's one
+    // touches nothing, as on the general path.
+    ilTile r(tile.x - box.x, tile.y - box.y, tile.z - box.z, tile.nx, tile.ny, tile.nz);
     r = ilTile(r, ilTile(0, 0, 0, box.nx, box.ny, 1));
     if (r.empty()) return true;
     auto* base = static_cast<unsigned char*>(data);
@@ -94,7 +95,8 @@ ilStatus ilConstImg::getSubTile3Dv2(const ilTile& tile, void* data, const ilTile
     else {
         ilTileBlock buffer(data, box, type, cfg ? cfg->order : order, nc, cfg ? cfg->chanOffset : 0,
                            cfg ? cfg->chanList : nullptr);
-        if (!tile.empty()) buffer.setRegion(tile);
+        // The region is always set: an empty tile reads nothing here, as on the fast path.
+        buffer.setRegion(tile);
         ilTileBlock solid(pixel, nullptr, 0, nullptr);
         ilTransfer(buffer, solid);
     }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "pigment/frame/ilBoxBytes_p.h"
 #include "pigment/frame/ilData.h"
 #include "pigment/frame/ilPage.h"
 #include "pigment/frame/ilSpace.h"
@@ -156,7 +157,7 @@ ilStatus ilImage::setPageSize(int x, int y, int z, int c) {
     }
     pageSize = requested;
     int chans = c >= 1 ? c : (order == ilSeparate ? 1 : size.c);
-    pageBytes = static_cast<int>(ilDataSize(dataType, static_cast<int64_t>(chans) * x * y * z));
+    pageBytes = ilBoxBytesInt(dataType, chans, x, y, z);
     return setAltered(ilAlterNoPropagate | ilAttrPageSize);
 }
 
@@ -425,7 +426,7 @@ void ilImage::initPageSize(int x, int y, int z, int c) {
     if (isSet(ilAttrPageSize)) return;
     if (c < 1) c = order == ilSeparate ? 1 : size.c;
     pageSize = ilSize(x, y, z, c);
-    pageBytes = static_cast<int>(ilDataSize(dataType, static_cast<int64_t>(c) * x * y * z));
+    pageBytes = ilBoxBytesInt(dataType, c, x, y, z);
 }
 
 ilStatus ilImage::checkColorModel() {
@@ -582,9 +583,9 @@ ilStatus ilImage::copyThroughBuffer(const ilTile& tile, ilImage* other,
                    cfg ? cfg->chanOffset : 0, cfg ? cfg->coordSpace : coordSpace,
                    cfg ? cfg->colorModel : ilUnknownModel);
     if (local.coordSpace == ilSpaceDefault) local.coordSpace = coordSpace;
-    int64_t elems = static_cast<int64_t>(tile.nx) * tile.ny * tile.nz * std::max(size.c, 1);
-    int64_t bytes = ilDataSize(dataType, elems);
+    int64_t bytes = ilBoxBytes(dataType, tile.nx, tile.ny, tile.nz, std::max(size.c, 1));
     if (bytes <= 0) return ilOK;
+    if (bytes == INT64_MAX) return ilOutOfMemory;
     std::unique_ptr<void, FreeDeleter> buffer(std::malloc(static_cast<size_t>(bytes)));
     if (!buffer) return ilOutOfMemory;
     ilTile there(dest.x, dest.y, dest.z, tile.nx, tile.ny, tile.nz);
@@ -673,8 +674,8 @@ ilStatus ilImage::lockPageSet(ilLockRequest* requests, int, int count) {
     if (s != ilOK) return s;
     ilStatus result = ilOK;
     ilConfig cfg(dataType, order, pageSize.c);
-    int64_t bytes = ilDataSize(dataType, static_cast<int64_t>(pageSize.x) * pageSize.y *
-                                             pageSize.z * std::max(pageSize.c, 1));
+    int64_t bytes =
+        ilBoxBytes(dataType, pageSize.x, pageSize.y, pageSize.z, std::max(pageSize.c, 1));
     for (int i = 0; i < count; ++i) {
         ilLockRequest& r = requests[i];
         r.status = ilOK;

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdio>
 
+#include "pigment/frame/ilBoxBytes_p.h"
 #include "pigment/frame/ilData.h"
 #include "pigment/frame/ilPage.h"
 #include "pigment/frame/ilTileTransfer_p.h"
@@ -71,7 +72,9 @@ ilMemoryImg::ilMemoryImg(void* data, int64_t dataSize, const ilSize& s, ilType t
 
 ilMemoryImg::ilMemoryImg(ilImage* image, int autoSync_, bool) {
     if (!image) {
+        // Otherwise a valid image: an input given later is followed as asked.
         init(ilSize(0, 0, 1, 0), ilAnyType, ilAnyOrder);
+        autoSync = autoSync_;
         missingInput = true;
         status = ilBadInput;
         return;
@@ -89,8 +92,26 @@ ilMemoryImg::ilMemoryImg(const ilMemoryImg& other)
       wholePage(nullptr),
       autoSync(other.autoSync),
       source(other.source),
-      ownsPixels(false) {
+      ownsPixels(false),
+      missingInput(other.missingInput) {
     ++liveMemoryImages;
+}
+
+ilMemoryImg& ilMemoryImg::operator=(const ilMemoryImg& other) {
+    if (this == &other) return *this;
+    ilSIDImage::operator=(other);
+    // The page stands over the old block and is never shared, so each image deletes only its own.
+    delete wholePage;
+    wholePage = nullptr;
+    if (pixels != other.pixels) {
+        if (ownsPixels) delete pixels;
+        pixels = other.pixels;
+        ownsPixels = false;
+    }
+    autoSync = other.autoSync;
+    source = other.source;
+    missingInput = other.missingInput;
+    return *this;
 }
 
 ilMemoryImg::~ilMemoryImg() {
@@ -137,9 +158,8 @@ void ilMemoryImg::reset() {
     pixels->beginOperations();
     bool configured = dataType != ilAnyType && order != ilAnyOrder && size.x > 0 && size.y > 0 &&
                       size.z > 0 && size.c > 0;
-    int64_t needed =
-        configured ? ilDataSize(dataType, static_cast<int64_t>(size.c) * size.z * size.y * size.x)
-                   : 0;
+    // A size too large to count asks for more than any allocator gives, and so fails as one.
+    const int64_t needed = configured ? ilBoxBytes(dataType, size.c, size.z, size.y, size.x) : 0;
     // A wrapped block given without its size is the caller's affair and is left alone.
     bool unknownWrap = pixels->getImageData() && !pixels->ownsBlock() && pixels->getSize() == 0;
     if (!unknownWrap && needed != pixels->getSize()) {
@@ -148,8 +168,10 @@ void ilMemoryImg::reset() {
         else
             pixels->freeData();
     }
-    if (!pixels->getImageData()) status = ilOutOfMemory;
-    if (!configured) status = ilNotConfigured;
+    // The first failure found is the one kept: a missing or failing input comes before the
+    // configuration, and an unconfigured image before a missing block.
+    if (status == ilOK && !configured) status = ilNotConfigured;
+    if (status == ilOK && !pixels->getImageData()) status = ilOutOfMemory;
     if (status == ilOK) {
         ilImage::reset();
         if (autoSync) syncData();
@@ -182,7 +204,7 @@ int64_t ilMemoryImg::mem_used() {
     int64_t used = pixels->getSize();
     if (source) {
         ilSize s = source->getSize();
-        used += ilDataSize(source->getDataType(), static_cast<int64_t>(s.x) * s.y * s.c);
+        used += ilBoxBytes(source->getDataType(), s.x, s.y, s.c);
     }
     return used;
 }
@@ -343,8 +365,10 @@ ilStatus ilMemoryImg::copyPages(const ilTile& tile, ilImage* other, const ilXYZs
                         : other->setSubTile3D(there.x, there.y, there.z, there.nx, there.ny,
                                               there.nz, block, blockBox.x, blockBox.y, blockBox.z,
                                               blockBox.nx, blockBox.ny, blockBox.nz, &local);
-        // The part of the tile beyond this image arrives in the other image as fill.
-        if (result == ilOK)
+        // The part of the tile beyond this image arrives in the other image as fill. An empty
+        // tile has no such part, and must not reach fillTile3D, which reads an empty tile as the
+        // whole image.
+        if (result == ilOK && !tile.empty())
             other->fillTile3D(dest.x, dest.y, dest.z, tile.nx, tile.ny, tile.nz,
                               fill.nc() == size.c ? fill.elems() : nullptr, &local, &blockBox);
     }

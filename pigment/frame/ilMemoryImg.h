@@ -23,6 +23,8 @@ class ilMemoryImg : public ilSIDImage {
     ilMemoryImg(ilImage* image, int autoSync, bool moveable = true);
     // Shares the pixel block with other: for subclass cloning only, never destroyed as an owner.
     ilMemoryImg(const ilMemoryImg& other);
+    // Shares other's block in the same way; a block this image owned is given up first.
+    ilMemoryImg& operator=(const ilMemoryImg& other);
     ~ilMemoryImg() override;
 
     void reset() override;
