@@ -183,6 +183,12 @@ ilLink* ilLink::skipDisabled(ilLink* parent) {
     return parent->getParent(parent->disabledIndex);
 }
 
+bool ilLink::hasParent(const ilLink* link) const {
+    for (ilLinkItem* item = parents.head(); item; item = parents.getNext(item))
+        if (entryOf(item)->link == link) return true;
+    return false;
+}
+
 int ilLink::getMinIndex() {
     int m = -1;
     for (ilLinkItem* item = parents.head(); item; item = parents.getNext(item))

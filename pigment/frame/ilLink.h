@@ -143,6 +143,7 @@ class ilLink {
     void clearAllowed(uint32_t mask) { allowedMask &= ~mask; }
     int unalterable(uint32_t mask) const { return (allowedMask & mask) != mask; }
     void setStatus(ilStatus s) { status = s; }
+    bool hasParent(const ilLink* link) const;
     int getMinIndex();
     int getMaxIndex();
     void deleteRelated(int force);

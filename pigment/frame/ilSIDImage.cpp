@@ -17,7 +17,10 @@ ilSIDImage& ilSIDImage::operator=(const ilSIDImage& other) {
 }
 
 ilSIDImage::~ilSIDImage() {
-    if (dynamic_cast<ilSIDImage*>(seedImage)) releaseSeed(seedImage);
+    // A seed that is also an input and has been destroyed already took its edge with it; only a
+    // seed still standing is released.
+    bool gone = seedImage && seedIsInput && !hasParent(seedImage);
+    if (!gone && dynamic_cast<ilSIDImage*>(seedImage)) releaseSeed(seedImage);
     seedImage = nullptr;
 }
 
@@ -33,6 +36,7 @@ void ilSIDImage::SetSeedImage(ilImage* image) {
     if (dynamic_cast<ilSIDImage*>(image)) image->ref();
     ilImage* old = seedImage;
     seedImage = image;
+    seedIsInput = image && hasParent(image);
     if (dynamic_cast<ilSIDImage*>(old)) releaseSeed(old);
 }
 

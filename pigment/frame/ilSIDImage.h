@@ -36,4 +36,8 @@ class ilSIDImage : public ilImage {
     vlOS::Uuid imageId;
     int64_t timeStamp;
     ilImage* seedImage = nullptr;
+
+  private:
+    // Whether the seed was also an input when it was set, so that its edge tells whether it lives.
+    bool seedIsInput = false;
 };

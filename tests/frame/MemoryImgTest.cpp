@@ -287,6 +287,15 @@ TEST(MemoryImg, SeedsAreCountedAndCollapseIntoTheirSeeds) {
     EXPECT_EQ(base->refs(), 0);
 }
 
+TEST(MemoryImg, ChildOutlivesADeletedSeed) {
+    auto* seed = new ilMemoryImg(ilSize(2, 2, 1), ilUChar, ilInterleaved);
+    {
+        ilMemoryImg child(seed, 0);
+        delete seed;  // its edge goes with it
+        EXPECT_EQ(child.getNumParents(), 0);
+    }  // the child's destructor must not touch the dead seed: the sanitizers watch
+}
+
 TEST(MemoryImg, CopiesAndAssignmentShareTheBlockWithoutOwningIt) {
     const int live = ilMemoryImg::liveCount();
     auto a = rampImage(2, 2, 1);
