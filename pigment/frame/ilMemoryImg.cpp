@@ -239,27 +239,34 @@ ilStatus ilMemoryImg::getSubTile3D(int x, int y, int z, int nx, int ny, int nz, 
                           cfg);
 }
 
+ilTileBlock ilMemoryImg::callerBlock(void* data, ilTile& tile, const ilTile& box,
+                                     ilConfig* cfg) {
+    ilTile b = box;
+    int flip = 0, transpose = 0;
+    if (cfg && cfg->coordSpace) {
+        mapFlipTrans(cfg->coordSpace, flip, transpose);
+        mapTile(tile, cfg->coordSpace);
+        mapTile(b, cfg->coordSpace);
+    }
+    ilTileBlock buffer(data, b, bufferType(cfg, dataType), bufferOrder(cfg, order),
+                       cfg && cfg->nChans ? cfg->nChans : size.c, cfg ? cfg->chanOffset : 0,
+                       cfg ? cfg->chanList : nullptr);
+    buffer.setFlip(flip & ilFlipX, flip & ilFlipY, transpose);
+    return buffer;
+}
+
 ilStatus ilMemoryImg::getSubTile3Dv2(const ilTile& tile, void* data, const ilTile& box,
                                      ilConfig* cfg) {
     ilStatus s = resetCheck();
     if (s != ilOK) return s;
-    int nc = cfg && cfg->nChans ? cfg->nChans : size.c;
-    ilTile t = tile, b = box;
-    int flip = 0, transpose = 0;
-    if (cfg && cfg->coordSpace) {
-        mapFlipTrans(cfg->coordSpace, flip, transpose);
-        mapTile(t, cfg->coordSpace);
-        mapTile(b, cfg->coordSpace);
-    }
     pixels->beginOperations();
     void* block = pixels->getImageData();
     if (!block || !data) return ilOK;
 
-    ilTileBlock image(block, 0, 0, 0, size.x, size.y, size.z, dataType, order, size.c);
-    ilTileBlock buffer(data, b, bufferType(cfg, dataType), bufferOrder(cfg, order), nc,
-                       cfg ? cfg->chanOffset : 0, cfg ? cfg->chanList : nullptr);
+    ilTile t = tile;
+    ilTileBlock buffer = callerBlock(data, t, box, cfg);
     if (!t.empty()) buffer.setRegion(t);
-    buffer.setFlip(flip & ilFlipX, flip & ilFlipY, transpose);
+    ilTileBlock image(block, 0, 0, 0, size.x, size.y, size.z, dataType, order, size.c);
     ilTransfer(buffer, image);
 
     // What lies outside the image takes the fill. The solid is matched by image channel, so a
@@ -274,22 +281,13 @@ ilStatus ilMemoryImg::setSubTile3D(int x, int y, int z, int nx, int ny, int nz, 
                                    int by, int bz, int bnx, int bny, int bnz, ilConfig* cfg) {
     ilStatus s = resetCheck();
     if (s != ilOK) return s;
-    int nc = cfg && cfg->nChans ? cfg->nChans : size.c;
-    ilTile t(x, y, z, nx, ny, nz), b(bx, by, bz, bnx, bny, bnz);
-    int flip = 0, transpose = 0;
-    if (cfg && cfg->coordSpace) {
-        mapFlipTrans(cfg->coordSpace, flip, transpose);
-        mapTile(t, cfg->coordSpace);
-        mapTile(b, cfg->coordSpace);
-    }
     pixels->beginOperations();
     void* block = pixels->getImageData();
     if (block && data) {
+        ilTile t(x, y, z, nx, ny, nz);
+        ilTileBlock buffer = callerBlock(data, t, ilTile(bx, by, bz, bnx, bny, bnz), cfg);
         ilTileBlock image(block, 0, 0, 0, size.x, size.y, size.z, dataType, order, size.c);
         if (!t.empty()) image.setRegion(t);
-        ilTileBlock buffer(data, b, bufferType(cfg, dataType), bufferOrder(cfg, order), nc,
-                           cfg ? cfg->chanOffset : 0, cfg ? cfg->chanList : nullptr);
-        buffer.setFlip(flip & ilFlipX, flip & ilFlipY, transpose);
         ilTransfer(image, buffer);
     }
     setTimeStamp();

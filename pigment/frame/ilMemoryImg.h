@@ -7,6 +7,8 @@
 #include "pigment/frame/PixelMemory.h"
 #include "pigment/frame/ilSIDImage.h"
 
+class ilTileBlock;
+
 class ilMemoryImg : public ilSIDImage {
   public:
     IL_IMAGE_CLASS_IDENTITY()
@@ -72,6 +74,9 @@ class ilMemoryImg : public ilSIDImage {
     ilImage* source = nullptr;
 
   private:
+    // The caller's buffer as one side of a transfer: tile and box mapped into the image's space,
+    // with the mirrors and exchange of that map in the block's strides.
+    ilTileBlock callerBlock(void* data, ilTile& tile, const ilTile& box, ilConfig* cfg);
     void init(const ilSize& size, ilType type, ilOrder order);
     ilStatus copyPages(const ilTile& tile, ilImage* other, const ilXYZstruct<int>& dest,
                        ilConfig* cfg, int direction, bool v2);
