@@ -49,33 +49,33 @@ class ReferenceCount {
     ReferenceCount& operator=(const ReferenceCount&);
 };
 
-// Holds one reference to a T (any class with ref and unref, normally over TempReferenceCount).
-// Assignment takes the new reference before dropping the old one, so self-assignment is safe.
-// A null pointer is allowed everywhere. A value parameter of this type is released by the callee.
-template <class T>
-class TempReference {
+// Holds one reference to a T (any class with ref and unref). Assignment takes the new reference
+// before dropping the old one, so self-assignment is safe. A null pointer is allowed everywhere.
+// Kind keeps the two holders below distinct types.
+template <class T, int Kind>
+class BasicReference {
   public:
-    TempReference() : ptr(nullptr) {}
-    TempReference(T* p) : ptr(p) {  // NOLINT: a raw pointer hands its object over implicitly
+    BasicReference() : ptr(nullptr) {}
+    BasicReference(T* p) : ptr(p) {  // NOLINT: a raw pointer hands its object over implicitly
         if (ptr) ptr->ref();
     }
-    TempReference(const TempReference& other) : TempReference(other.ptr) {}
-    TempReference(TempReference&& other) noexcept : ptr(other.ptr) { other.ptr = nullptr; }
+    BasicReference(const BasicReference& other) : BasicReference(other.ptr) {}
+    BasicReference(BasicReference&& other) noexcept : ptr(other.ptr) { other.ptr = nullptr; }
     template <class U>
-    TempReference(const TempReference<U>& other) : TempReference(other.get()) {}
-    ~TempReference() {
+    BasicReference(const BasicReference<U, Kind>& other) : BasicReference(other.get()) {}
+    ~BasicReference() {
         if (ptr) ptr->unref();
     }
 
-    TempReference& operator=(T* p) {
+    BasicReference& operator=(T* p) {
         T* old = ptr;
         if (p) p->ref();
         ptr = p;
         if (old) old->unref();
         return *this;
     }
-    TempReference& operator=(const TempReference& other) { return *this = other.ptr; }
-    TempReference& operator=(TempReference&& other) noexcept {
+    BasicReference& operator=(const BasicReference& other) { return *this = other.ptr; }
+    BasicReference& operator=(BasicReference&& other) noexcept {
         if (this != &other) {
             T* old = ptr;
             ptr = other.ptr;
@@ -85,7 +85,7 @@ class TempReference {
         return *this;
     }
     template <class U>
-    TempReference& operator=(const TempReference<U>& other) {
+    BasicReference& operator=(const BasicReference<U, Kind>& other) {
         return *this = other.get();
     }
 
@@ -108,62 +108,21 @@ class TempReference {
     T* ptr;
 };
 
-// Holds one reference to a shared object (normally over ReferenceCount); same rules as
-// TempReference.
+// A reference to an object of the image family (over TempReferenceCount). A value parameter of
+// this type is released by the callee; a returned one carries a reference the caller owns.
 template <class T>
-class Reference {
+class TempReference : public BasicReference<T, 0> {
   public:
-    Reference() : ptr(nullptr) {}
-    Reference(T* p) : ptr(p) {  // NOLINT: a raw pointer hands its object over implicitly
-        if (ptr) ptr->ref();
-    }
-    Reference(const Reference& other) : Reference(other.ptr) {}
-    Reference(Reference&& other) noexcept : ptr(other.ptr) { other.ptr = nullptr; }
-    template <class U>
-    Reference(const Reference<U>& other) : Reference(other.get()) {}
-    ~Reference() {
-        if (ptr) ptr->unref();
-    }
+    using BasicReference<T, 0>::BasicReference;
+    using BasicReference<T, 0>::operator=;
+};
 
-    Reference& operator=(T* p) {
-        T* old = ptr;
-        if (p) p->ref();
-        ptr = p;
-        if (old) old->unref();
-        return *this;
-    }
-    Reference& operator=(const Reference& other) { return *this = other.ptr; }
-    Reference& operator=(Reference&& other) noexcept {
-        if (this != &other) {
-            T* old = ptr;
-            ptr = other.ptr;
-            other.ptr = nullptr;
-            if (old) old->unref();
-        }
-        return *this;
-    }
-    template <class U>
-    Reference& operator=(const Reference<U>& other) {
-        return *this = other.get();
-    }
-
-    T* get() const { return ptr; }
-    T* operator->() const { return ptr; }
-    T& operator*() const { return *ptr; }
-    operator T*() const { return ptr; }
-    bool isNull() const { return ptr == nullptr; }
-
-    // Hands the reference to the caller, who must unref it later; this pointer becomes null.
-    T* release() {
-        T* p = ptr;
-        ptr = nullptr;
-        return p;
-    }
-    // Drops the reference held, if any.
-    void reset() { *this = static_cast<T*>(nullptr); }
-
-  private:
-    T* ptr;
+// A reference to an object that exists only as a shared object (over ReferenceCount).
+template <class T>
+class Reference : public BasicReference<T, 1> {
+  public:
+    using BasicReference<T, 1>::BasicReference;
+    using BasicReference<T, 1>::operator=;
 };
 
 }  // namespace vl
