@@ -86,13 +86,15 @@ char* fatalErrorText = nullptr;
 }
 
 void ilSetFatalError(const char* text) {
-    std::free(fatalErrorText);
-    fatalErrorText = nullptr;
+    // Copy before freeing: the caller may hand back the text it got from ilGetFatalError.
+    char* copy = nullptr;
     if (text) {
         size_t n = std::strlen(text) + 1;
-        fatalErrorText = static_cast<char*>(std::malloc(n));
-        if (fatalErrorText) std::memcpy(fatalErrorText, text, n);
+        copy = static_cast<char*>(std::malloc(n));
+        if (copy) std::memcpy(copy, text, n);
     }
+    std::free(fatalErrorText);
+    fatalErrorText = copy;
 }
 
 const char* ilGetFatalError() {

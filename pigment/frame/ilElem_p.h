@@ -34,9 +34,10 @@ inline void setBitAt(void* base, long i, int on) {
     b = on ? static_cast<unsigned char>(b | m) : static_cast<unsigned char>(b & ~m);
 }
 
-// The low 32 bits of trunc(value) in two's complement, defined for every double (NaN gives 0).
+// The low 32 bits of trunc(value) in two's complement, defined for every double (NaN and the
+// infinities give 0).
 inline uint32_t lowBits(double value) {
-    if (!(value == value)) return 0;
+    if (!std::isfinite(value)) return 0;
     double t = std::trunc(value);
     if (t >= -9.2e18 && t <= 9.2e18) return static_cast<uint32_t>(static_cast<int64_t>(t));
     double m = std::fmod(t, 4294967296.0);

@@ -1,12 +1,13 @@
 #include "pigment/frame/ilPixel.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "pigment/frame/ilData.h"
 #include "pigment/frame/ilElem_p.h"
 
 namespace {
-// Channel counts beyond this are refused by setElem rather than allocated.
+// setElem refuses to grow a pixel past this many channels rather than allocate for a stray index.
 constexpr int kMaxChannels = 1 << 16;
 }  // namespace
 
@@ -38,12 +39,14 @@ void ilPixel::set(ilType type, int nc, const void* data) {
         return;
     }
     long bytes = static_cast<long>(ilDataSize(type, nc));
-    if (data == data_) {
-        // Setting a pixel from its own bytes keeps them.
+    const unsigned char* src = static_cast<const unsigned char*>(data);
+    if (src && data_ && src >= data_ && src < data_ + capacity_) {
+        // Data inside the pixel's own block: move it to the front before the block may be replaced.
+        std::memmove(data_, src, static_cast<size_t>(std::min(bytes, capacity_ - (src - data_))));
         reserveBytes(bytes, true);
     } else {
         reserveBytes(bytes, false);
-        if (data) std::memcpy(data_, data, bytes);
+        if (src && bytes > 0) std::memcpy(data_, src, bytes);
     }
     nc_ = nc;
 }
@@ -56,8 +59,9 @@ double ilPixel::getElem(int i) const {
 }
 
 void ilPixel::setElem(double value, int i) {
-    if (i < 0 || i >= kMaxChannels) return;
+    if (i < 0) return;
     if (i >= nc_) {
+        if (i >= kMaxChannels) return;
         if (type_ == ilAnyType) type_ = ilDouble;
         reserveBytes(static_cast<long>(ilDataSize(type_, i + 1)), true);
         nc_ = i + 1;
@@ -90,13 +94,9 @@ void ilPixel::convert(const ilPixel& source, ilType type, int nc, const int* cha
         return;
     }
     if (nc == 0) nc = source.nc_;
-    if (type == ilAnyType || nc <= 0) {
-        set(type, 0, nullptr);
-        return;
-    }
-    reserveBytes(static_cast<long>(ilDataSize(type, nc)), false);
-    type_ = type;
-    nc_ = nc;
+    // Every element goes through setElem, so a conversion to ilAnyType grows a double pixel, as
+    // setElem does for any untyped pixel.
+    set(type, nc, nullptr);
     for (int i = 0; i < nc; ++i)
         setElem(source.getElem(chanList ? chanList[i] : i), i);
 }

@@ -20,7 +20,8 @@ class ilPixel {
     // channel.
     double getElem(int i) const;
     // Integer types take the value truncated toward zero, keeping the low bits; an index past the
-    // end grows the pixel (an ilAnyType pixel becomes ilDouble first).
+    // end grows the pixel (an ilAnyType pixel becomes ilDouble first), but never past 65536
+    // channels, so a stray index cannot ask for gigabytes. A negative index does nothing.
     void setElem(double value, int i);
     double minElem() const;
     double maxElem() const;

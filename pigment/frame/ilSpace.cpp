@@ -1,5 +1,6 @@
 #include "pigment/frame/ilSpace.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -15,6 +16,11 @@ constexpr SpaceFacts kFacts[9] = {{true, true, false},  {false, true, false}, {f
 
 const SpaceFacts& facts(int space) {
     return kFacts[space >= 0 && space <= 8 ? space : 0];
+}
+
+// Truncation toward zero that stays defined for floats beyond the int range.
+int truncToInt(float v) {
+    return static_cast<int>(std::clamp(static_cast<double>(v), -2147483648.0, 2147483647.0));
 }
 
 ilCoordSpace lookup(const int (&table)[9], int space) {
@@ -108,8 +114,8 @@ void ilSpaceMapXY(int from, int to, const ilSize& size, float& x, float& y) {
 void ilSpaceMapXY(int from, int to, const ilSize& size, int& x, int& y) {
     float fx = static_cast<float>(x), fy = static_cast<float>(y);
     ilSpaceMapXY(from, to, size, fx, fy);
-    x = static_cast<int>(fx);
-    y = static_cast<int>(fy);
+    x = truncToInt(fx);
+    y = truncToInt(fy);
 }
 
 void ilSpaceMapXYSign(int from, int to, float& x, float& y) {

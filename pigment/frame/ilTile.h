@@ -12,7 +12,11 @@ struct ilSize {
     ilSize(int32_t x_, int32_t y_, int32_t c_) : x(x_), y(y_), z(1), c(c_) {}
     ilSize(int32_t x_, int32_t y_, int32_t z_, int32_t c_) : x(x_), y(y_), z(z_), c(c_) {}
 
-    operator int() const { return x * y * z * c; }
+    // Multiplied as unsigned so that an oversized product wraps instead of overflowing.
+    operator int() const {
+        return static_cast<int>(static_cast<uint32_t>(x) * static_cast<uint32_t>(y) *
+                                static_cast<uint32_t>(z) * static_cast<uint32_t>(c));
+    }
     bool operator==(const ilSize& o) const { return x == o.x && y == o.y && z == o.z && c == o.c; }
     bool operator!=(const ilSize& o) const { return !(*this == o); }
 };

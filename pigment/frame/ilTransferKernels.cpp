@@ -7,7 +7,9 @@
 // -1.5 -> uchar 255. Out-of-range floating values are first clamped into that signed integer's
 // range and NaN becomes 0, since the bare cast would be undefined. An ilBit destination is set
 // when the value, converted to an 8-bit integer, is non-zero (uint16 256 -> 0, 257 -> 1).
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -108,19 +110,104 @@ void fillRun(D* __restrict d, D v, int64_t n, int64_t ds) {
         d[i * ds] = v;
 }
 
+template <size_t N>
+struct WordOf {};
+template <>
+struct WordOf<2> {
+    using type = uint16_t;
+};
+template <>
+struct WordOf<4> {
+    using type = uint32_t;
+};
+template <>
+struct WordOf<8> {
+    using type = uint64_t;
+};
+
+// Gathers from, or scatters to, a constant channel step: interleaved pixels of 2 to 4 channels
+// meeting planar rows. A constant step lets the compiler vectorise.
+template <int Step, typename D, typename S>
+void gatherRun(D* __restrict d, const S* __restrict s, int64_t n) {
+    int64_t i = 0;
+    constexpr size_t kWord = Step * sizeof(S);
+    if constexpr (std::endian::native == std::endian::little &&
+                  (kWord == 2 || kWord == 4 || kWord == 8)) {
+        // Each element is read as the low part of a word that spans one whole step, which the
+        // compiler turns into unit loads and narrowing. The word of the last element would reach
+        // past it, so the last element is always left to the scalar tail.
+        using W = typename WordOf<kWord>::type;
+        using U = typename WordOf<sizeof(S) == 1 ? 2 : sizeof(S)>::type;
+        const unsigned char* bytes = reinterpret_cast<const unsigned char*>(s);
+        for (; i + kBlock < n; i += kBlock)
+            for (int64_t k = 0; k < kBlock; ++k) {
+                W w;
+                std::memcpy(&w, bytes + (i + k) * int64_t(kWord), sizeof(W));
+                S v;
+                if constexpr (sizeof(S) == 1)
+                    v = static_cast<S>(w);
+                else
+                    v = std::bit_cast<S>(static_cast<U>(w));
+                d[i + k] = convert<D, S>(v);
+            }
+    } else {
+        for (; i + kBlock <= n; i += kBlock)
+            for (int64_t k = 0; k < kBlock; ++k)
+                d[i + k] = convert<D, S>(s[(i + k) * Step]);
+    }
+    for (; i < n; ++i)
+        d[i] = convert<D, S>(s[i * Step]);
+}
+
+template <int Step, typename D, typename S>
+void scatterRun(D* __restrict d, const S* __restrict s, int64_t n) {
+    int64_t i = 0;
+    for (; i + kBlock <= n; i += kBlock)
+        for (int64_t k = 0; k < kBlock; ++k)
+            d[(i + k) * Step] = convert<D, S>(s[i + k]);
+    for (; i < n; ++i)
+        d[i * Step] = convert<D, S>(s[i]);
+}
+
 // The strided form, for mirrored, exchanged and interleaved-to-planar runs.
 template <typename D, typename S>
 void stridedRun(D* __restrict d, const S* __restrict s, int64_t n, int64_t ds, int64_t ss) {
     if (ds == 1) {
-        for (int64_t i = 0; i < n; ++i)
-            d[i] = convert<D, S>(s[i * ss]);
-    } else if (ss == 1) {
-        for (int64_t i = 0; i < n; ++i)
-            d[i * ds] = convert<D, S>(s[i]);
-    } else {
-        for (int64_t i = 0; i < n; ++i)
-            d[i * ds] = convert<D, S>(s[i * ss]);
+        switch (ss) {
+            case 2:
+                gatherRun<2>(d, s, n);
+                return;
+            case 3:
+                gatherRun<3>(d, s, n);
+                return;
+            case 4:
+                gatherRun<4>(d, s, n);
+                return;
+            default:
+                for (int64_t i = 0; i < n; ++i)
+                    d[i] = convert<D, S>(s[i * ss]);
+                return;
+        }
     }
+    if (ss == 1) {
+        switch (ds) {
+            case 2:
+                scatterRun<2>(d, s, n);
+                return;
+            case 3:
+                scatterRun<3>(d, s, n);
+                return;
+            case 4:
+                scatterRun<4>(d, s, n);
+                return;
+            default:
+                for (int64_t i = 0; i < n; ++i)
+                    d[i * ds] = convert<D, S>(s[i]);
+                return;
+        }
+    }
+    for (int64_t i = 0; i < n; ++i)
+        d[i * ds] = convert<D, S>(s[i * ss]);
 }
 
 // Destination of an element type, source of an element type.

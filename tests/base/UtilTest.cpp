@@ -4,15 +4,12 @@
 
 #include <climits>
 #include <cstdlib>
-#include <limits>
 #include <string>
 #include <vector>
 
 #include "pigment/base/vlBitField.h"
-#include "pigment/base/vlError.h"
 #include "pigment/base/vlFilename.h"
 #include "pigment/base/vlIntRange2d.h"
-#include "pigment/base/vlProgress.h"
 #include "pigment/base/vlString.h"
 #include "pigment/base/vlSysInfo.h"
 #include "pigment/base/vlUuid.h"
@@ -223,25 +220,6 @@ TEST(Strings, Int64ToAsciiAndEncodings) {
         vlString::IString is(t.bytes, vlString::UTF8, &ok);
         EXPECT_EQ(ok, t.valid) << t.bytes;
         EXPECT_STREQ(is.asMultibyte(vlString::Multibyte).asChar(), t.bytes);
-    }
-}
-
-TEST(ErrorAndProgress, Values) {
-    vlUtil::Error ok;
-    EXPECT_TRUE(ok.isOk());
-    vlUtil::Error bad(3, "broken");
-    vlUtil::Error copy(bad);
-    EXPECT_EQ(copy.code(), 3);
-    EXPECT_STREQ(copy.text(), "broken");
-    ok = bad;
-    EXPECT_TRUE(ok.isError());
-
-    vlUtil::Progress p;
-    const double in[] = {0.25, -1.0, 2.0, std::numeric_limits<double>::quiet_NaN()},
-                 out[] = {0.25, 0.0, 1.0, 0.0};
-    for (int i = 0; i < 4; ++i) {
-        p.set(in[i]);
-        EXPECT_EQ(p.get(), out[i]);
     }
 }
 

@@ -1,0 +1,314 @@
+#include "pigment/frame/ilSubImg.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "pigment/frame/ilSpace.h"
+#include "pigment/frame/ilTileTransfer_p.h"
+
+const ilClassList ilSubImg::classList = {"a", &ilImage::classList};
+
+namespace {
+
+// Type, order, sizes, coordinate space, colour model, fill and the window's configuration.
+constexpr uint32_t kSubImgAllowed = ilAttrDataType | ilAttrOrder | ilAttrXsize | ilAttrYsize |
+                                    ilAttrCsize | ilAttrZsize | ilAttrCoordSpace |
+                                    ilAttrColorModel | ilAttrFill | ilAttrSubImgConfig;
+static_assert(kSubImgAllowed == 280556);
+
+// Clamps tile to the box from the origin to size; true when anything changed.
+bool clipToSize(ilTile& t, const ilSize& s) {
+    bool changed = false;
+    auto axis = [&changed](int& start, int& extent, int limit) {
+        int lo = std::max(start, 0);
+        int hi = static_cast<int>(std::min<int64_t>(static_cast<int64_t>(start) + extent, limit));
+        int n = std::max(hi - lo, 0);
+        if (lo != start || n != extent) changed = true;
+        start = lo;
+        extent = n;
+    };
+    axis(t.x, t.nx, s.x);
+    axis(t.y, t.ny, s.y);
+    axis(t.z, t.nz, s.z);
+    return changed;
+}
+
+int startChannel(const ilConfig* cfg) {
+    return cfg ? cfg->chanOffset : 0;
+}
+
+}  // namespace
+
+ilSubImg::ilSubImg(ilImage* image, ilConfig* cfg) {
+    init(image, 0, 0, 0, startChannel(cfg), cfg);
+}
+
+ilSubImg::ilSubImg(ilImage* image, int x, int y, int nx, int ny, ilConfig* cfg) {
+    size.x = nx;
+    size.y = ny;
+    markSet(ilAttrXsize | ilAttrYsize);
+    init(image, x, y, 0, startChannel(cfg), cfg);
+}
+
+ilSubImg::ilSubImg(ilImage* image, int x, int y, int z, int nx, int ny, int nz, ilConfig* cfg) {
+    size.x = nx;
+    size.y = ny;
+    size.z = nz;
+    markSet(ilAttrXsize | ilAttrYsize | ilAttrZsize);
+    init(image, x, y, z, startChannel(cfg), cfg);
+}
+
+ilSubImg::ilSubImg(ilImage* image, int x, int y, int z, int c, int nx, int ny, int nz, int nc,
+                   ilConfig* cfg) {
+    size = ilSize(nx, ny, nz, nc);
+    markSet(ilAttrXsize | ilAttrYsize | ilAttrZsize | ilAttrCsize);
+    init(image, x, y, z, c, cfg);
+}
+
+ilSubImg::~ilSubImg() {
+    delete[] config.chanList;
+}
+
+void ilSubImg::init(ilImage* image, int x, int y, int z, int c, ilConfig* cfg) {
+    setAllowed(kSubImgAllowed);
+    setNumInputs(1);
+    setInput(image, 0);
+    startX = x;
+    startY = y;
+    startZ = z;
+    // A channel list selects the channels itself, so the window starts at channel 0.
+    startC = cfg && cfg->chanList ? 0 : c;
+    setConfig(cfg);
+}
+
+ilStatus ilSubImg::setStart(int x, int y, int z) {
+    return setStart(x, y, z, 0);
+}
+
+ilStatus ilSubImg::setStart(int x, int y, int z, int c) {
+    startX = x;
+    startY = y;
+    startZ = z;
+    startC = c;
+    return setAltered(ilAttrContents);
+}
+
+ilStatus ilSubImg::setConfig(const ilConfig* cfg) {
+    delete[] config.chanList;
+    config.chanList = nullptr;
+    if (!cfg) {
+        clearSet(ilAttrSubImgConfig);
+        return ilOK;
+    }
+    config = *cfg;
+    config.chanList = nullptr;
+    if (cfg->chanList) {
+        int n = std::max(cfg->nChans, 0);
+        config.chanList = new int[std::max(n, 1)];
+        std::copy(cfg->chanList, cfg->chanList + n, config.chanList);
+        // A list is read from its first entry by the transfer, so the copy keeps no offset and
+        // inverting it (copyTileCfg) agrees with what a read does.
+        config.chanOffset = 0;
+    }
+    return setAltered(ilAttrSubImgConfig);
+}
+
+void ilSubImg::reset() {
+    status = ilOK;
+    ilImage* input = getInput(0);
+    if (!input || input->resetCheck() != ilOK) {
+        status = ilBadInput;
+        return;
+    }
+    if (!isSet(ilAttrMinValue)) minValue = input->getMinPixel();
+    if (!isSet(ilAttrMaxValue)) maxValue = input->getMaxPixel();
+    if (!isSet(ilAttrFill)) fill = input->getFill();
+
+    const bool configChosen = isSet(ilAttrSubImgConfig);
+    if (configChosen) {
+        // What the configuration names becomes the window's own, chosen attribute.
+        if (config.coordSpace) setCoordSpace(config.coordSpace);
+        if (config.type) setDataType(config.type);
+        if (config.order) setOrder(config.order);
+        if (config.nChans) setCsize(config.nChans);
+        if (config.colorModel) setColorModel(config.colorModel);
+    }
+
+    if (!isSet(ilAttrCoordSpace)) coordSpace = input->getCoordSpace();
+    if (!isSet(ilAttrDataType)) dataType = input->getDataType();
+    if (!isSet(ilAttrOrder)) order = input->getOrder();
+    const int inputChans = input->getNumChans();
+    if (!isSet(ilAttrCsize)) size.c = inputChans;
+    if (!isSet(ilAttrColorModel)) {
+        if (size.c == inputChans)
+            colorModel = input->getColorModel();
+        else
+            initColorModel(0);
+    }
+
+    ilSize inputSize = input->getSize(coordSpace);
+    if (!isSet(ilAttrXsize)) size.x = inputSize.x;
+    if (!isSet(ilAttrYsize)) size.y = inputSize.y;
+    if (!isSet(ilAttrZsize)) size.z = inputSize.z;
+    if (!isSet(ilAttrCsize)) size.c = inputSize.c;
+
+    if (!configChosen) {
+        // Refilled once the attributes are known: they are the input's unless the caller chose
+        // otherwise, and a read without a config must get a buffer laid out as this window.
+        delete[] config.chanList;
+        config = ilConfig(dataType, order, size.c, nullptr, startC, coordSpace, colorModel);
+    }
+
+    if (isSet(ilAttrPageSize)) {
+        // The page size belongs to the image that owns the pages.
+        input->setPageSize(pageSize.x, pageSize.y, pageSize.z, pageSize.c);
+    } else {
+        pageSize = input->getPageSize(coordSpace);
+        pageBytes = input->getPageBytes();
+    }
+
+    if (checkColorModel() == ilOK) ilImage::reset();
+}
+
+ilConfig* ilSubImg::composeConfig(ilConfig* cfg, int& flag) {
+    auto* out = new ilConfig(cfg ? *cfg : config);
+    flag = 1;
+    if (cfg && config.chanList) {
+        if (cfg->chanList) {
+            // The caller's list names this window's channels; each goes through the window's own.
+            int n = cfg->nChans > 0 ? cfg->nChans : size.c;
+            int* list = new int[std::max(n, 1)];
+            for (int k = 0; k < n; ++k) {
+                int e = cfg->chanList[k];
+                list[k] = e >= 0 && e < size.c && e < config.nChans ? config.chanList[e] : -1;
+            }
+            out->chanList = list;
+            flag = -1;
+        } else {
+            out->chanList = config.chanList;
+        }
+    }
+    if (!out->coordSpace) out->coordSpace = coordSpace;
+    if (!out->chanOffset) out->chanOffset = startC;
+    if (!out->nChans) out->nChans = size.c;
+    if (out->chanList) out->chanOffset = 0;
+    return out;
+}
+
+void ilSubImg::freeConfig(ilConfig* cfg, int flag) {
+    if (!cfg || flag == 0) return;
+    if (flag == -1) delete[] cfg->chanList;
+    delete cfg;
+}
+
+void ilSubImg::toInput(ilImage* input, ilTile& tile, ilTile& box, const ilConfig* cfg,
+                       ilCoordSpace inputSpace) {
+    if (cfg && cfg->coordSpace) {
+        mapTile(tile, cfg->coordSpace);
+        mapTile(box, cfg->coordSpace);
+    }
+    tile.x += startX, tile.y += startY, tile.z += startZ;
+    box.x += startX, box.y += startY, box.z += startZ;
+    // Mirrors are taken within the input, whose extent the window's origin is measured in.
+    ilSize inputSize = input->getSize(inputSpace);
+    ilSpaceMapTile(coordSpace, inputSpace, inputSize, tile);
+    ilSpaceMapTile(coordSpace, inputSpace, inputSize, box);
+}
+
+void ilSubImg::fillBuffer(void* data, const ilTile& box, const ilConfig* cfg) {
+    ilType type = cfg ? cfg->type : dataType;
+    ilOrder bufferOrder = cfg ? cfg->order : order;
+    int nc = cfg && cfg->nChans ? cfg->nChans : size.c;
+    ilTileBlock dest(data, box, type, bufferOrder, nc, cfg ? cfg->chanOffset : 0,
+                     cfg ? cfg->chanList : nullptr);
+    ilTileBlock source(fill, nullptr, 0, nullptr);
+    ilTransfer(dest, source);
+}
+
+ilStatus ilSubImg::getSubTile3D(int x, int y, int z, int nx, int ny, int nz, void* data, int bx,
+                                int by, int bz, int bnx, int bny, int bnz, ilConfig* cfg) {
+    ilStatus s = resetCheck();
+    if (s != ilOK) return s;
+    ilImage* input = getInput(0);
+    if (!input) return ilBadInput;
+    int flag;
+    ilConfig* composed = composeConfig(cfg, flag);
+    ilTile tile(x, y, z, nx, ny, nz), box(bx, by, bz, bnx, bny, bnz);
+    ilSize own = size;
+    ilSpaceMapSize(coordSpace, cfg && cfg->coordSpace ? cfg->coordSpace : coordSpace, own);
+    // What lies outside the window reads as its fill, even where the input has pixels.
+    if (clipToSize(tile, own)) fillBuffer(data, box, cfg);
+    toInput(input, tile, box, cfg, composed->coordSpace);
+    s = input->getSubTile3D(tile.x, tile.y, tile.z, tile.nx, tile.ny, tile.nz, data, box.x, box.y,
+                            box.z, box.nx, box.ny, box.nz, composed);
+    freeConfig(composed, flag);
+    return s;
+}
+
+ilStatus ilSubImg::setSubTile3D(int x, int y, int z, int nx, int ny, int nz, void* data, int bx,
+                                int by, int bz, int bnx, int bny, int bnz, ilConfig* cfg) {
+    ilStatus s = resetCheck();
+    if (s != ilOK) return s;
+    ilImage* input = getInput(0);
+    if (!input) return ilBadInput;
+    int flag;
+    ilConfig* composed = composeConfig(cfg, flag);
+    ilTile tile(x, y, z, nx, ny, nz), box(bx, by, bz, bnx, bny, bnz);
+    ilSize own = size;
+    ilSpaceMapSize(coordSpace, cfg && cfg->coordSpace ? cfg->coordSpace : coordSpace, own);
+    // Writes stop at the window's edge.
+    clipToSize(tile, own);
+    toInput(input, tile, box, cfg, composed->coordSpace);
+    s = input->setSubTile3D(tile.x, tile.y, tile.z, tile.nx, tile.ny, tile.nz, data, box.x, box.y,
+                            box.z, box.nx, box.ny, box.nz, composed);
+    freeConfig(composed, flag);
+    return s;
+}
+
+ilStatus ilSubImg::copyTileCfg(int x, int y, int z, int nx, int ny, int nz, ilImage* other, int ox,
+                               int oy, int oz, ilConfig* cfg, int direction) {
+    resetCheck();
+    if (needColorConv(other, direction, cfg))
+        return copyConverted(x, y, z, nx, ny, nz, other, ox, oy, oz, cfg, direction);
+    ilImage* input = getInput(0);
+    if (!input) return ilBadInput;
+    const int inputChans = input->getNumChans();
+
+    ilConfig local = cfg ? *cfg : ilConfig(input->getDataType(), input->getOrder());
+    local.nChans = inputChans;
+    local.chanOffset = 0;
+    std::unique_ptr<int[]> inverse, composedList;
+    if (config.chanList) {
+        if (!config.isInvertable()) return ilConfigNotInvertible;
+        // The input's buffer holds input channels; the inverse names the window channel of each.
+        if (cfg && cfg->chanList) {
+            int n = cfg->nChans + cfg->chanOffset;
+            int length = std::max({n, cfg->chanOffset + inputChans, inputChans, 1});
+            inverse.reset(new int[length]);
+            std::fill(inverse.get(), inverse.get() + length, -1);
+            config.invert(inputChans, inverse.get());
+            composedList.reset(new int[length]);
+            std::fill(composedList.get(), composedList.get() + length, -1);
+            cfg->compose(n, inverse.get(), composedList.get());
+            local.chanList = composedList.get();
+            local.chanOffset = cfg->chanOffset;
+        } else {
+            inverse.reset(new int[std::max(inputChans, 1)]);
+            config.invert(inputChans, inverse.get());
+            local.chanList = inverse.get();
+        }
+    }
+
+    ilTile tile(x, y, z, nx, ny, nz);
+    if (cfg && cfg->coordSpace) mapTile(tile, cfg->coordSpace);
+    tile.x += startX, tile.y += startY, tile.z += startZ;
+    ilCoordSpace inputSpace = input->getCoordSpace();
+    ilSpaceMapTile(coordSpace, inputSpace, input->getSize(), tile);
+    return input->copyTileCfg(tile.x, tile.y, tile.z, tile.nx, tile.ny, tile.nz, other, ox, oy, oz,
+                              &local, direction);
+}
+
+int ilSubImg::hasPages() {
+    ilImage* input = getInput(0);
+    return input ? input->hasPages() : 0;
+}
