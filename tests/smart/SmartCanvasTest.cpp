@@ -97,8 +97,8 @@ void compareReads(Traffic& t, ilImage& smart, ilImage& mem, int lo, int extent, 
         ASSERT_EQ(smart.getSubTile3Dv2(shifted, a.data(), shiftedBox, &ca), ilOK);
         ASSERT_EQ(mem.getSubTile3Dv2(tile, b.data(), box, &cb), ilOK);
         ASSERT_EQ(a, b) << "read " << i << " at " << tile.x << "," << tile.y << " " << tile.nx
-                        << "x" << tile.ny << " type " << l.type << " order " << l.order
-                        << " space " << l.space << " chans " << l.chans.size();
+                        << "x" << tile.ny << " type " << l.type << " order " << l.order << " space "
+                        << l.space << " chans " << l.chans.size();
     }
 }
 
@@ -131,8 +131,9 @@ TEST(SmartCanvas, RandomTrafficAgreesWithMemoryImage) {
             if (t.uniform(0, 2) == 0) {
                 // Solid pages under later partial writes and channel subsets.
                 t.tile(0, n, 450, tile, box);
-                ASSERT_EQ(smart.fillTile3D(tile.x, tile.y, 0, tile.nx, tile.ny, 1, data.data(), &ca),
-                          ilOK);
+                ASSERT_EQ(
+                    smart.fillTile3D(tile.x, tile.y, 0, tile.nx, tile.ny, 1, data.data(), &ca),
+                    ilOK);
                 ASSERT_EQ(mem.fillTile3D(tile.x, tile.y, 0, tile.nx, tile.ny, 1, data.data(), &cb),
                           ilOK);
                 continue;
@@ -182,8 +183,8 @@ TEST(SmartCanvas, FillsAndCopiesAgreeAcrossNegativeCoordinates) {
                 ASSERT_EQ(smart.fillTile3D(at.x, at.y, 0, at.nx, at.ny, 1, value.data(), &ca,
                                            spare ? &exAt : nullptr),
                           ilOK);
-                ASSERT_EQ(mem.fillTile3D(tile.x, tile.y, 0, tile.nx, tile.ny, 1, value.data(),
-                                         &cb, spare ? &ex : nullptr),
+                ASSERT_EQ(mem.fillTile3D(tile.x, tile.y, 0, tile.nx, tile.ny, 1, value.data(), &cb,
+                                         spare ? &ex : nullptr),
                           ilOK);
             } else {
                 // Through a scratch memory image: out of the canvas, then back at another place.
@@ -199,7 +200,8 @@ TEST(SmartCanvas, FillsAndCopiesAgreeAcrossNegativeCoordinates) {
                 ASSERT_EQ(smart.copyTile(tx + shift, ty + shift, tile.nx, tile.ny, &scratch, 0, 0),
                           ilOK);
                 mem.setTile(tx, ty, tile.nx, tile.ny, got.data());
-                written = ilTileUnion(written, ilTile(tx + shift, ty + shift, 0, tile.nx, tile.ny, 1));
+                written =
+                    ilTileUnion(written, ilTile(tx + shift, ty + shift, 0, tile.nx, tile.ny, 1));
             }
         }
         compareReads(t, smart, mem, 0, n, shift, false, 300);
