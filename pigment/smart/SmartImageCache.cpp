@@ -104,7 +104,7 @@ bool checkBlocks(const SwapBlock* head, int count) {
 // ---------------------------------------------------------------------------------------------
 // Creation and exit
 
-SmartImageCache* SmartImageCache::GetInstance() {
+SmartImageCache* SmartImageCache::Create_() {
     if (!instance_) instance_ = new SmartImageCache;
     return instance_;
 }

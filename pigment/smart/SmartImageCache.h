@@ -10,7 +10,7 @@
 class SmartImageCache {
   public:
     // The instance, created on first use.
-    static SmartImageCache* GetInstance();
+    static SmartImageCache* GetInstance() { return instance_ ? instance_ : Create_(); }
     static int Exists() { return instance_ != nullptr; }
     // Closes and deletes both swap files.
     virtual ~SmartImageCache();
@@ -88,6 +88,7 @@ class SmartImageCache {
 
   private:
     SmartImageCache();
+    static SmartImageCache* Create_();
     unsigned char* AllocateBig_();
     unsigned char* AllocateSmall_();
     void CheckAfterListChange_() {

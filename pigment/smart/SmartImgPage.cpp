@@ -232,7 +232,7 @@ void SmartImgPage::UnRealize() {
 // ---------------------------------------------------------------------------------------------
 // Realize
 
-void SmartImgPage::Realize(int mode) {
+void SmartImgPage::RealizeSlow_(int mode) {
     SmartFault(body != nullptr);
     if (!body) return;
     SmartFault(body->refCount >= 1);
@@ -485,19 +485,6 @@ void SmartImgPage::MarkForScan() {
     if (!body) return;
     body->transparency = 0;
     SmartImageCache::GetInstance()->AddToScanList(body);
-}
-
-void SmartImgPage::Touch() {
-    PageData* p = body;
-    if (!p) return;
-    SmartImageCache* cache = SmartImageCache::GetInstance();
-    // A page touched twice in a row does not advance the clock.
-    if (p->lastAccess != AccessTimer_) {
-        p->lastAccess = AccessTimer_;
-        ++AccessTimer_;
-    }
-    if (p->state == ValidInMem && p->priority < kRetainedPriority && !cache->IsHeadOfInMemList(p))
-        cache->MoveToHeadOfInMemList(p);
 }
 
 void SmartImgPage::ForceRetain() {

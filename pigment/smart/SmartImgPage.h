@@ -8,6 +8,7 @@
 #include "pigment/frame/ilTile.h"
 #include "pigment/frame/ilTypes.h"
 #include "pigment/smart/PageData.h"
+#include "pigment/smart/SmartImageCache.h"
 
 class ilConfig;
 class ilImage;
@@ -56,7 +57,22 @@ class SmartImgPage {
 
     // Prepares the page for access. 0 read; 1 modify (old content needed); 2 overwrite all (memory
     // needed, content not); 3 set all to one value (neither needed).
-    void Realize(int mode);
+    void Realize(int mode) {
+        PageData* p = body;
+        // The common case, a resident unshared page read or modified, stays inline.
+        if (p && p->state == ValidInMem && p->refCount == 1 && static_cast<unsigned>(mode) <= 1u) {
+            SmartImageCache::GetInstance()->CountHit();
+            Touch();
+            if (mode) {
+                p->transparency = 0;
+                p->seedClean = 0;
+                p->swapClean = 0;
+                if (p->scanState == 1) MarkForScan();
+            }
+            return;
+        }
+        RealizeSlow_(mode);
+    }
 
     // ---- Pixels ----
     unsigned GetPixel(int x, int y) {
@@ -110,7 +126,18 @@ class SmartImgPage {
     // ---- Marks and lists ----
     void MarkDirty();
     void MarkForScan();
-    void Touch();
+    // Stamps the access and moves a resident page to the head of its list.
+    void Touch() {
+        PageData* p = body;
+        if (!p) return;
+        SmartImageCache* cache = SmartImageCache::GetInstance();
+        // The timer moves on before it is stored, so a page touched twice in a row does not
+        // advance it.
+        if (p->lastAccess != AccessTimer_) p->lastAccess = ++AccessTimer_;
+        if (p->state == ValidInMem && p->priority < kRetainedPriority &&
+            !cache->IsHeadOfInMemList(p))
+            cache->MoveToHeadOfInMemList(p);
+    }
     void ForceRetain();
     void DontRetain();
     void SetPriority(int priority);
@@ -218,6 +245,7 @@ class SmartImgPage {
     static std::uint32_t GetAccessTimer() { return AccessTimer_; }
 
   private:
+    void RealizeSlow_(int mode);
     void SetSmartSeedImage_(ilImage* seed, int x, int y);
     void UnRealize();
     // Destroys a body whose last count is gone, as UnRef does, and clears the handle.

@@ -13,6 +13,7 @@
 
 #include "SmartTestSupport.h"
 #include "frame/TestImage.h"
+#include "pigment/frame/PigmentCallbacks.h"
 #include "pigment/smart/FaultLatch.h"
 #include "pigment/smart/SmartImageCache.h"
 
@@ -219,7 +220,6 @@ void pageOutAndExit(const std::string& dir) {
     SmartImgPage page;
     writeContent(page, 11);
     SmartImageCache::GetInstance()->EvictPage(page.GetPageData());
-    TempDir probe;
     const bool created = page.GetState() == Swapped &&
                          std::string(cache()->GetSwapFile(4).GetPath()).rfind(dir, 0) == 0;
     std::exit(created ? 0 : 3);
@@ -372,6 +372,68 @@ TEST(SmartCacheSwitches, ReadOnceAtCreation) {
     EXPECT_EQ(IsSmartImage(&named), 0);
     EXPECT_EQ(IsSmartImage(&typed), 1);
     EXPECT_EQ(cache()->IsChecking(), 0);
+}
+
+int availableKB = 0;
+
+// On a 1 GiB machine: the initial budget, the clamps of SetBudget and the steps of AdjustBudget.
+// Exit code: the number of rows that differ.
+void budgetSteps() {
+    PigmentCB()->totalPhysicalMemory = [] { return 1024 * 1024; };
+    PigmentCB()->availPhysicalMemory = [] { return availableKB; };
+    SmartImageCache* c = SmartImageCache::GetInstance();
+    struct Row {
+        int action;  // 0 none, 1 SetBudget(arg MiB), 2 AdjustBudget(low, stepped), 3 trip latch
+        int arg, low, stepped, availMiB;
+        std::int64_t budgetMiB;
+    };
+    const Row rows[] = {{0, 0, 0, 0, 0, 256},  {1, 2048, 0, 0, 0, 512}, {1, 1, 0, 0, 0, 16},
+                        {2, 0, 0, 1, 100, 32}, {2, 0, 0, 1, 41, 39},    {2, 0, 0, 0, 100, 99},
+                        {2, 0, 1, 0, 20, 32},  {2, 0, 1, 0, 36, 32},    {2, 0, 0, 1, 40, 32},
+                        {3, 0, 0, 0, 0, 32},   {1, 100, 0, 0, 0, 32}};
+    int wrong = 0;
+    for (const Row& r : rows) {
+        availableKB = r.availMiB * 1024;
+        if (r.action == 1) c->SetBudget(r.arg * kMiB);
+        if (r.action == 2) c->AdjustBudget(r.low, r.stepped);
+        if (r.action == 3) FaultLatch = 1;
+        if (c->GetBudget() != r.budgetMiB * kMiB) ++wrong;
+    }
+    if (SmartImageCache::GetCeiling() != 512 * kMiB) ++wrong;
+    std::exit(wrong);
+}
+
+TEST(SmartCacheSwitches, BudgetFollowsMemory) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(budgetSteps(), testing::ExitedWithCode(0), "");
+    GTEST_FLAG_SET(death_test_style, "fast");
+}
+
+TEST_F(SwapCache, IdleStepScansAndPageInAllStopsPaging) {
+    for (int n = 0; n < 3; ++n) {
+        SmartImgPage& page = newPage(1);
+        page.Realize(2);
+        std::memset(page.GetData(), n, kPagePixels);
+    }
+    writeContent(newPage(4), 1);
+    writeContent(newPage(4), 2);
+    cache()->EvictPage(pages[3].GetPageData());
+    const int listed = cache()->GetScanCount();
+    ASSERT_EQ(listed, 4);
+    for (int step = 1; step <= listed; ++step) {
+        cache()->IdleStep();
+        EXPECT_EQ(cache()->GetScanCount(), listed - step);
+        EXPECT_EQ(cache()->GetScanPending(), step < listed ? 1 : 0);
+    }
+    EXPECT_EQ(pages[0].GetState(), SolidFill);
+    EXPECT_EQ(pages[4].GetState(), ValidInMem);
+
+    cache()->PageInAll();
+    EXPECT_EQ(FaultLatch, 1u);
+    EXPECT_EQ(cache()->GetSwappedCount(), 0);
+    EXPECT_TRUE(dir.files().empty());
+    EXPECT_TRUE(hasContent(pages[3], 1));
+    ResetFaultLatchForTest();
 }
 
 TEST(SmartCacheSwitches, SmartSeedsShareThroughTheLookup) {
