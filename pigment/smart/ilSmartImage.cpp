@@ -96,6 +96,7 @@ void ilSmartImage::CommonInit(ilImage* seed) {
     checkAlphaOnCopy = 0;
     alphaValid = 1;
     shrinkPending = 0;
+    maxInputs = 1;
 
     if (seed) {
         // Pages hold interleaved bytes of one or four channels; a seed of another layout would be
