@@ -349,7 +349,7 @@ void SmartImage::ExpandBounds(int x, int y, int w, int h) {
     bounds = Rectangle_{x0, y0, x1 - x0, y1 - y0};
 }
 
-void SmartImage::AddToBounds_(ilTile& tile) {
+void SmartImage::AddToBounds_(const ilTile& tile) {
     if (parent) parent->AddToBounds_(tile);
 }
 
@@ -366,7 +366,7 @@ ilImage* SmartImage::GetSeed() {
     return parent ? parent->GetSeed() : nullptr;
 }
 
-void SmartImage::SetSeed(ilImage* seed, Coordinate&) {
+void SmartImage::SetSeed(ilImage* seed, const Coordinate&) {
     if (!seed) return;
     const int channels = seed->getNumChans();
     SetPixelSize(channels == 1 ? 1 : 4);

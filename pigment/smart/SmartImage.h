@@ -84,7 +84,7 @@ class SmartImage {
     // ---- Bounds ----
     void SetBounds(int x, int y, int w, int h, int noPrune);
     void ExpandBounds(int x, int y, int w, int h);
-    void AddToBounds_(ilTile& tile);
+    void AddToBounds_(const ilTile& tile);
     const Rectangle_& GetBounds() const { return bounds; }
     // Clamps a rectangle to the coordinate limit, printing a warning when it had to; negative
     // sizes become 0 silently. Answers whether anything was clipped.
@@ -97,7 +97,7 @@ class SmartImage {
     SmartImgPage* GetDefaultPage() { return defaultPage; }
     SmartImgPage* GetOverflowPage() { return overflowPage; }
     ilImage* GetSeed();
-    void SetSeed(ilImage* seed, Coordinate& offset);
+    void SetSeed(ilImage* seed, const Coordinate& offset);
     void SetSeed(ilImage* seed) {
         Coordinate origin;
         SetSeed(seed, origin);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "SmartTestSupport.h"
+#include "pigment/frame/PigmentCallbacks.h"
 #include "pigment/frame/ilMemoryImg.h"
 #include "pigment/frame/ilPage.h"
 #include "pigment/smart/FaultLatch.h"
@@ -344,6 +345,60 @@ TEST(SmartCanvasPages, LocksForcedBoundsAndFiles) {
     EXPECT_EQ(canvas.fillTile3D(10, 10, 0, 4, -1, 1, &px), ilOK);
     EXPECT_EQ(canvas.getTile(10, 10, 0, 0, &px), ilOK);
     EXPECT_EQ(canvas.getBounds(), bounds);
+    EXPECT_EQ(FaultLatch, 0u);
+}
+
+TEST(SmartCanvasPages, ContentQueriesAndAlphaRepairs) {
+    ResetFaultLatchForTest();
+    ilSmartImage canvas(clearFill());
+    const unsigned char red[4] = {255, 0, 0, 255};
+    canvas.fillTile3D(0, 0, 0, 256, 128, 1, red);
+    ilPixel px;
+    EXPECT_TRUE(canvas.is_filled(ilTile(0, 0, 0, 256, 128, 1), px, 0));
+    EXPECT_EQ(px, ilPixel(ilUChar, 4, red));
+    EXPECT_FALSE(canvas.is_filled(ilTile(0, 0, 0, 300, 128, 1), px, 1));
+    EXPECT_EQ(canvas.TestFillTransparency(), SmartImgTransClear);
+    EXPECT_EQ(canvas.TestTransparency(ilTile(0, 0, 0, 0, 5, 1), 1), SmartImgTransNoPages);
+
+    // Colours above alpha: the survey finds only unpremultiplied pages and premultiplies.
+    std::vector<std::uint32_t> loud(128 * 128, 0x10ffffffu);
+    canvas.setTile(0, 0, 128, 128, loud.data());
+    canvas.ForceAlphaValid();
+    EXPECT_EQ(canvas.GetPixel(7, 7), 0x10101010u);
+    // With the check on, turning it off repairs what was copied in since.
+    canvas.SetCheckAlphaOnCopy(1);
+    canvas.setTile(0, 0, 128, 128, loud.data());
+    EXPECT_EQ(canvas.GetAlphaValid(), 0);
+    canvas.SetCheckAlphaOnCopy(0);
+    EXPECT_EQ(canvas.GetPixel(7, 7), 0x10101010u);
+
+    static std::vector<std::vector<int>> marks;
+    marks.clear();
+    PigmentCB()->applyWatermark = [](void* data, int x, int y, int w, int h, int iw, int ih) {
+        marks.push_back({x, y, w, h, iw, ih});
+        static_cast<std::uint32_t*>(data)[0] = 0xffffffffu;
+    };
+    canvas.ApplyWatermark();
+    PigmentCB()->applyWatermark = nullptr;
+    EXPECT_EQ(marks, (std::vector<std::vector<int>>{{0, 0, 128, 128, 256, 128},
+                                                    {128, 0, 128, 128, 256, 128}}));
+    EXPECT_EQ(canvas.GetPixel(128, 0), 0xffffffffu);
+
+    struct {
+        ilTile in, out;
+    } snaps[] = {
+        {ilTile(5, -3, 0, 10, 10, 1), ilTile(0, -128, 0, 128, 256, 1)},
+        {ilTile(128, 0, 0, 128, 1, 1), ilTile(128, 0, 0, 128, 128, 1)},
+        {ilTile(-129, 0, 0, 1, 129, 1), ilTile(-256, 0, 0, 128, 256, 1)},
+    };
+    for (auto& c : snaps) {
+        SnapOutTile(c.in);
+        EXPECT_EQ(c.in, c.out);
+    }
+    ilSmartImage small(clearFill());
+    paint(small, 5, 5, 10, 10, 15);
+    small.ExpandBounds(10);
+    EXPECT_EQ(small.getBounds(), ilTile(-128, -128, 0, 256, 256, 1));
     EXPECT_EQ(FaultLatch, 0u);
 }
 
