@@ -6,6 +6,8 @@
 
 #include "pigment/smart/SmartImgPage.h"
 
+class SmartImage;
+
 constexpr int kClusterEdge = 2048;
 constexpr int kClusterPages = 16;
 
@@ -22,6 +24,10 @@ class PageCluster {
     static void FindOrigin(int x, int y, int& ox, int& oy);
     // The handle of the page holding (px, py), which must lie in this cluster; it may be null.
     SmartImgPage* FindPage(int px, int py) { return &pages[(px - x) >> 7][(py - y) >> 7]; }
+
+    // Keeps what lies in the rectangle (x, y, w, h): pages wholly outside are released, unless
+    // the image has a seed, in which case they, like pages partly inside, become fill outside it.
+    void PrunePages(int x, int y, int w, int h, SmartImage* image);
 
     int GetX() const { return x; }
     int GetY() const { return y; }

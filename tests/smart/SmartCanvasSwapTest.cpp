@@ -1,0 +1,82 @@
+// A canvas far larger than the cache's budget: written whole with distinct content under the
+// 16 MiB floor, read back exact after paging through swap files, which go with the last image.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+#include "SmartTestSupport.h"
+#include "pigment/smart/FaultLatch.h"
+#include "pigment/smart/SmartImageCache.h"
+#include "pigment/smart/ilSmartImage.h"
+
+namespace {
+
+#ifdef __SANITIZE_ADDRESS__
+constexpr int kCanvas = 8192;
+#else
+constexpr int kCanvas = 32768;
+#endif
+constexpr int kTile = 1024;
+
+// The word at (x, y): differs from its neighbours and from every other page's.
+inline std::uint32_t wordAt(int x, int y) {
+    std::uint32_t h = static_cast<std::uint32_t>(x) * 0x9e3779b1u + static_cast<std::uint32_t>(y);
+    return h ^ (static_cast<std::uint32_t>(y) * 0x85ebca77u) ^ (h >> 13);
+}
+
+void makeTile(std::vector<std::uint32_t>& buffer, int tx, int ty) {
+    for (int y = 0; y < kTile; ++y) {
+        std::uint32_t* row = buffer.data() + static_cast<size_t>(y) * kTile;
+        for (int x = 0; x < kTile; ++x)
+            row[x] = wordAt(tx + x, ty + y);
+    }
+}
+
+TEST(SmartCanvasSwap, CanvasFarLargerThanTheBudgetReadsBackExact) {
+    ResetFaultLatchForTest();
+    TempDir dir;
+    ASSERT_FALSE(dir.path.empty());
+    setenv("SID_TEMP_DIR", dir.path.c_str(), 1);
+    closeSwapFiles();
+    SmartImageCache* cache = SmartImageCache::GetInstance();
+    cache->SetBudget(0);  // the 16 MiB floor
+    ASSERT_EQ(cache->GetBudget(), 16 << 20);
+
+    const unsigned char clear[4] = {0, 0, 0, 0};
+    auto canvas = std::make_unique<ilSmartImage>(ilPixel(ilUChar, 4, clear));
+    std::vector<std::uint32_t> tile(static_cast<size_t>(kTile) * kTile);
+    std::int64_t peak = 0;
+    for (int ty = 0; ty < kCanvas; ty += kTile)
+        for (int tx = 0; tx < kCanvas; tx += kTile) {
+            makeTile(tile, tx, ty);
+            ASSERT_EQ(canvas->setTile(tx, ty, kTile, kTile, tile.data()), ilOK);
+            peak = std::max(peak, cache->GetBytesInMemory());
+        }
+    EXPECT_EQ(canvas->getBounds(), ilTile(0, 0, 0, kCanvas, kCanvas, 1));
+    // One tile's pages may be resident beyond the budget while the tile is written.
+    EXPECT_LE(peak, cache->GetBudget() + 2 * (kTile / 128) * (kTile / 128) * 65536);
+    EXPECT_GT(cache->GetSwappedCount(), 0);
+    EXPECT_FALSE(dir.files().empty());
+
+    // Read back in the opposite order, so that every page comes in from disk.
+    std::vector<std::uint32_t> expect(tile.size());
+    int wrong = 0;
+    for (int ty = kCanvas - kTile; ty >= 0; ty -= kTile)
+        for (int tx = kCanvas - kTile; tx >= 0; tx -= kTile) {
+            ASSERT_EQ(canvas->getTile(tx, ty, kTile, kTile, tile.data()), ilOK);
+            makeTile(expect, tx, ty);
+            if (tile != expect) ++wrong;
+        }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_GT(cache->GetMisses(), 0);
+    EXPECT_EQ(FaultLatch, 0u);
+
+    canvas.reset();
+    EXPECT_TRUE(dir.files().empty()) << "the last smart image takes the swap files with it";
+    EXPECT_EQ(cache->GetImageCount(), 0);
+    unsetenv("SID_TEMP_DIR");
+}
+
+}  // namespace
