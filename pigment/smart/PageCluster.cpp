@@ -1,9 +1,8 @@
 // Cluster construction, release of its pages, the cluster origin rule and pruning to bounds.
 #include "pigment/smart/PageCluster.h"
 
-#include <algorithm>
-#include <cstring>
-
+#include "pigment/frame/ilImage.h"
+#include "pigment/smart/PageImageView.h"
 #include "pigment/smart/SmartImage.h"
 
 PageCluster::PageCluster() : x(0), y(0), next(nullptr), prev(nullptr) {}
@@ -23,20 +22,6 @@ void PageCluster::FindOrigin(int px, int py, int& ox, int& oy) {
     ox = px & ~(kClusterEdge - 1);
     oy = py & ~(kClusterEdge - 1);
 }
-
-namespace {
-
-// Sets the pixels of columns x0..x1-1 of row y of a resident page.
-void fillSpan(unsigned char* data, int pixelSize, int y, int x0, int x1, std::uint32_t value) {
-    if (x1 <= x0) return;
-    const int at = SmartImgPage::GetPixelOffset(x0, y);
-    if (pixelSize == 4)
-        std::fill_n(reinterpret_cast<std::uint32_t*>(data) + at, x1 - x0, value);
-    else
-        std::memset(data + at, static_cast<int>(value & 0xff), static_cast<std::size_t>(x1 - x0));
-}
-
-}  // namespace
 
 void PageCluster::PrunePages(int kx, int ky, int kw, int kh, SmartImage* image) {
     const bool hasSeed = image->GetSeed() != nullptr;
@@ -63,18 +48,12 @@ void PageCluster::PrunePages(int kx, int ky, int kw, int kh, SmartImage* image) 
                 page.FillPage(fill);
                 continue;
             }
-            page.Realize(1);
-            unsigned char* data = page.GetData();
-            if (!data) continue;
+            // Part of the page stays: the rest takes the fill through a view of the page.
+            PageImageView view;
+            ilImage* pageImage = view.Bind(&page, 1, 1);
+            if (!pageImage) continue;
             page.MarkDirty();
-            const int size = page.GetPixelSize();
-            for (int r = 0; r < kPageEdge; ++r) {
-                if (r < ly || r >= ly + lh) {
-                    fillSpan(data, size, r, 0, kPageEdge, fill);
-                } else {
-                    fillSpan(data, size, r, 0, lx, fill);
-                    fillSpan(data, size, r, lx + lw, kPageEdge, fill);
-                }
-            }
+            const ilTile keep(lx, ly, lw, lh);
+            pageImage->fillTile3D(0, 0, 0, kPageEdge, kPageEdge, 1, &fill, nullptr, &keep);
         }
 }

@@ -157,6 +157,24 @@ TEST(SmartCanvasPages, TableLookupRules) {
     EXPECT_EQ(FaultLatch, 0u);
 }
 
+TEST(SmartCanvasPages, PruningKeepsTheBoundsAndFillsTheRestOfAPage) {
+    ResetFaultLatchForTest();
+    ilSmartImage canvas(clearFill());
+    const unsigned char red[4] = {200, 0, 0, 255};
+    canvas.fillTile3D(0, 0, 0, 128, 128, 1, red);
+    canvas.GetSmartImage().FindPage(0, 0, 0)->Realize(1);  // a page in memory, not a solid
+    canvas.SetBounds_(ilTile(0, 0, 0, 50, 60, 1), 0);
+    struct Probe {
+        int x, y;
+        std::uint32_t expected;
+    } probes[] = {
+        {10, 10, 0xff0000c8u}, {49, 59, 0xff0000c8u}, {50, 10, 0u}, {10, 60, 0u}, {127, 127, 0u}};
+    for (const Probe& p : probes)
+        EXPECT_EQ(canvas.GetSmartImage().FindPage(0, 0, 0)->GetPixel(p.x, p.y), p.expected)
+            << p.x << "," << p.y;
+    EXPECT_EQ(FaultLatch, 0u);
+}
+
 TEST(SmartCanvasPages, SnapshotsShareUntilWrittenAndMergeBack) {
     ResetFaultLatchForTest();
     ilSmartImage canvas(clearFill());
