@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -127,6 +128,12 @@ bool directoryCreate(const char* path) {
     if (::mkdir(path, 0700) == 0) return true;
     struct stat st;
     return errno == EEXIST && ::stat(path, &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+std::uint64_t freeDiskSpace(const char* path) {
+    struct statvfs info;
+    if (!path || statvfs(path, &info) != 0) return 0;
+    return static_cast<std::uint64_t>(info.f_bavail) * info.f_frsize;
 }
 
 bool directoryDelete(const char* path) {

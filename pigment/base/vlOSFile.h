@@ -33,6 +33,8 @@ bool fileExists(const char* path);
 bool directoryCreate(const char* path);
 // Removes an empty directory; answers success.
 bool directoryDelete(const char* path);
+// Bytes an unprivileged user may still write on the file system holding path; 0 when unknown.
+std::uint64_t freeDiskSpace(const char* path);
 
 void clearLastError();
 // The system's text for the last failure of the calls above.
