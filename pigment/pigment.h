@@ -1,4 +1,5 @@
-// libPigment: the raster image and paint engine. This umbrella header brings in every public header.
+// libPigment: the raster image and paint engine. This umbrella header brings in every public
+// header.
 #pragma once
 
 #include "pigment/base/vlAppOutput.h"

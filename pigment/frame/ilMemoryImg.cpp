@@ -239,8 +239,7 @@ ilStatus ilMemoryImg::getSubTile3D(int x, int y, int z, int nx, int ny, int nz, 
                           cfg);
 }
 
-ilTileBlock ilMemoryImg::callerBlock(void* data, ilTile& tile, const ilTile& box,
-                                     ilConfig* cfg) {
+ilTileBlock ilMemoryImg::callerBlock(void* data, ilTile& tile, const ilTile& box, ilConfig* cfg) {
     ilTile b = box;
     int flip = 0, transpose = 0;
     if (cfg && cfg->coordSpace) {
