@@ -1,5 +1,5 @@
-// libPigment: the raster image and paint engine. This umbrella header brings in every public
-// header.
+// libPigment: the raster image and paint engine.
+// This umbrella header brings in every public header of the library.
 #pragma once
 
 #include "pigment/base/vlAppOutput.h"

@@ -7,8 +7,8 @@ import sys
 
 root = pathlib.Path(__file__).resolve().parent.parent
 order = ["base", "frame", "paged", "smart", "paint", "brush", "fill", "filter", "tiled", "typed"]
-lines = ["// libPigment: the raster image and paint engine. This umbrella header brings in every "
-         "public header.", "#pragma once"]
+lines = ["// libPigment: the raster image and paint engine.",
+         "// This umbrella header brings in every public header of the library.", "#pragma once"]
 for folder in order:
     headers = sorted(p for p in (root / "pigment" / folder).glob("*.h") if not p.name.endswith("_p.h"))
     if headers:
