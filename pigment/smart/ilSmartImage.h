@@ -168,7 +168,7 @@ class ilSmartImage : public ilSIDImage {
     void Collapse_();
     // The fill pixel as a page word (first byte for one channel).
     std::uint32_t FillWord_() const;
-    // Whether tile lies in the page (px, py) of the table exactly.
+    // The page-by-page bodies of the tile operations.
     ilStatus ReadTile_(const ilTile& tile, void* data, const ilTile& box, ilConfig* cfg);
     ilStatus WriteTile_(ilTile tile, void* data, ilTile box, ilConfig* cfg);
     ilStatus CopyTile_(const ilTile& tile, ilImage* other, const ilXYZstruct<int>& dest,
