@@ -1,65 +1,29 @@
 #include "pigment/frame/ilPage.h"
 
 #include <algorithm>
-#include <mutex>
 #include <new>
-#include <vector>
+
+#include "pigment/base/vlBlockAllocator.h"
+#include "pigment/base/vlMutex.h"
 
 #include "pigment/frame/ilImage.h"
 
 namespace {
 
-// Fixed-size records, a hundred to a block, shared by every thread that locks pages.
-class PagePool {
-  public:
-    static constexpr size_t kRecord = sizeof(ilImagePage) > sizeof(ilPage) ? sizeof(ilImagePage)
-                                                                           : sizeof(ilPage);
-    static constexpr size_t kPerBlock = 100;
+// The one record size the pool hands out: big enough for either kind of page record.
+constexpr size_t kRecord = sizeof(ilImagePage) > sizeof(ilPage) ? sizeof(ilImagePage)
+                                                                : sizeof(ilPage);
 
-    void* alloc() {
-        std::lock_guard<std::mutex> lock(mutex);
-        if (!freeList) grow();
-        FreeRecord* r = freeList;
-        freeList = r->next;
-        return r;
-    }
-    void free(void* p) {
-        std::lock_guard<std::mutex> lock(mutex);
-        FreeRecord* r = static_cast<FreeRecord*>(p);
-        r->next = freeList;
-        freeList = r;
-    }
-    ~PagePool() {
-        for (unsigned char* b : blocks)
-            ::operator delete(b, std::align_val_t(alignof(ilImagePage)));
-    }
-
-  private:
-    struct FreeRecord {
-        FreeRecord* next;
-    };
-    static constexpr size_t kStride =
-        (std::max(kRecord, sizeof(FreeRecord)) + alignof(ilImagePage) - 1) / alignof(ilImagePage) *
-        alignof(ilImagePage);
-
-    void grow() {
-        auto* block = static_cast<unsigned char*>(
-            ::operator new(kStride* kPerBlock, std::align_val_t(alignof(ilImagePage))));
-        blocks.push_back(block);
-        for (size_t i = 0; i < kPerBlock; ++i) {
-            FreeRecord* r = reinterpret_cast<FreeRecord*>(block + i * kStride);
-            r->next = freeList;
-            freeList = r;
-        }
-    }
-
-    std::mutex mutex;
-    FreeRecord* freeList = nullptr;
-    std::vector<unsigned char*> blocks;
+// Page records for every thread that locks pages: a hundred to a block, made on first use, behind
+// one mutex. The pool lives for the process, since pages may outlive static teardown.
+struct PagePool {
+    vl::BlockAllocator records{kRecord, 100};
+    vlThread::Mutex mutex{false};
+    PagePool() { records.setLazy(true); }
 };
 
 PagePool& pool() {
-    static PagePool* p = new PagePool;  // lives for the process: pages may outlive static teardown
+    static PagePool* p = new PagePool;
     return *p;
 }
 
@@ -73,17 +37,23 @@ ilPage::~ilPage() {
 
 void* ilPage::operator new(size_t bytes) {
     // Kinds that grow the record beyond the pool's size take the general heap.
-    if (bytes > PagePool::kRecord) return ::operator new(bytes);
-    return pool().alloc();
+    if (bytes > kRecord) return ::operator new(bytes);
+    vlThread::MutexOp hold(pool().mutex, true);
+    hold.lock();
+    void* record = pool().records.alloc();
+    if (!record) throw std::bad_alloc();
+    return record;
 }
 
 void ilPage::operator delete(void* p, size_t bytes) {
     if (!p) return;
-    if (bytes > PagePool::kRecord) {
+    if (bytes > kRecord) {
         ::operator delete(p);
         return;
     }
-    pool().free(p);
+    vlThread::MutexOp hold(pool().mutex, true);
+    hold.lock();
+    pool().records.free(p);
 }
 
 ilImagePage::ilImagePage(int x_, int y_, int z_, int c_, long bytes)
