@@ -144,23 +144,6 @@ TEST(MemoryImg, SizeChangeReallocatesAtTheNextRead) {
     EXPECT_EQ(mine[15], 7) << "the caller's block is not written or freed";
 }
 
-// Far tiles, up to coordinates near the integer limit, read the fill in any layout.
-TEST(MemoryImg, TileWhollyOutsideReadsTheFill) {
-    auto img = rampImage(4, 4, 3);
-    const unsigned char rgb[3] = {9, 8, 7};
-    img->setFill(ilPixel(ilUChar, 3, rgb));
-    for (const ilTile& t : {ilTile(10, 10, 0, 3, 2, 1), ilTile(-5, -5, 0, 3, 2, 1),
-                            ilTile(0, 0, 4, 3, 2, 1), ilTile(INT_MAX / 2, 0, 0, 3, 2, 1)}) {
-        unsigned char out[18];
-        float f[18];
-        ilConfig asFloat(ilFloat, ilSeparate, 3);
-        EXPECT_EQ(img->getTile3Dv2(t, out), ilOK);
-        EXPECT_EQ(img->getTile3Dv2(t, f, &asFloat), ilOK);
-        for (int i = 0; i < 18; ++i)
-            EXPECT_TRUE(out[i] == rgb[i % 3] && f[i] == rgb[i / 6]) << i << " at " << t.x;
-    }
-}
-
 TEST(MemoryImg, LockPageGivesOneWholePageUntilTheNextReset) {
     auto img = rampImage(5, 4, 2);
     ilStatus s = ilBadInput;
@@ -396,16 +379,12 @@ TEST(MemoryImg, MemoryThatCannotBeHadIsReportedAndKept) {
 }
 
 TEST(ConstImg, AttributesFollowTheFill) {
-    ilConstImg zero;
-    EXPECT_EQ(zero.getSize(), ilSize(1, 1, 1, 1));
-    EXPECT_EQ(zero.getDataType(), ilUChar);
-    EXPECT_EQ(zero.getFillValue(0), 0.0);
+    ilConstImg img;
     const unsigned short grey[3] = {1, 2, 3};
-    EXPECT_EQ(zero.setFill(ilPixel(ilUShort, 3, grey)), ilOK);
-    EXPECT_EQ(zero.getNumChans(), 3);
-    EXPECT_EQ(zero.getDataType(), ilUShort);
-    EXPECT_EQ(zero.setOrder(ilSeparate), ilUnsupported);
-    EXPECT_EQ(zero.getTile3D(0, 0, 0, 4, 4, 1, nullptr), ilOK);
+    EXPECT_EQ(img.setFill(ilPixel(ilUShort, 3, grey)), ilOK);
+    EXPECT_EQ(img.getSize(), ilSize(1, 1, 1, 3));
+    EXPECT_EQ(img.getDataType(), ilUShort);
+    EXPECT_EQ(img.setOrder(ilSeparate), ilUnsupported);
 }
 
 TEST(ConstImg, WritesAreRefusedAndPushesFill) {
