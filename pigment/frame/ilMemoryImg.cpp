@@ -364,10 +364,14 @@ ilStatus ilMemoryImg::copyPages(const ilTile& tile, ilImage* other, const ilXYZs
                                               blockBox.nx, blockBox.ny, blockBox.nz, &local);
         // The part of the tile beyond this image arrives in the other image as fill. An empty
         // tile has no such part, and must not reach fillTile3D, which reads an empty tile as the
-        // whole image.
-        if (result == ilOK && !tile.empty())
+        // whole image. The config says the image's type, and a chosen fill may be of another,
+        // narrower one: it goes over converted, never read past its own bytes.
+        if (result == ilOK && !tile.empty()) {
+            ilPixel own;
+            if (fill.nc() == size.c) own.convert(fill, dataType);
             other->fillTile3D(dest.x, dest.y, dest.z, tile.nx, tile.ny, tile.nz,
-                              fill.nc() == size.c ? fill.elems() : nullptr, &local, &blockBox);
+                              own.nc() ? own.elems() : nullptr, &local, &blockBox);
+        }
     }
     setTimeStamp();
     if (result == ilOK) setAltered(ilAlterPixelsOnly);

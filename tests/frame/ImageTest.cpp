@@ -2,9 +2,9 @@
 // forwarders, the copy through an intermediate buffer, clipping and the generic page path.
 #include <gtest/gtest.h>
 
-#include "TestImage.h"
 #include "pigment/frame/ilLockedTile.h"
 #include "pigment/frame/ilPage.h"
+#include "support/TestImage.h"
 
 TEST(Image, SettersMarkOnlyOnChangeAndRefuseDisallowedBits) {
     TestImage a(4, 4, 3);
@@ -23,7 +23,7 @@ TEST(Image, SettersMarkOnlyOnChangeAndRefuseDisallowedBits) {
     EXPECT_EQ(a.setMaxValue(7.0, -1), ilOK);
     EXPECT_EQ(a.setMaxValue(9.0, 1), ilOK);
     EXPECT_EQ(a.getMaxValue(0), 7.0);
-    EXPECT_EQ(a.getMaxValue(-1), 9.0);
+    EXPECT_EQ(a.getMaxValue(-1), 9.0) << "-1 reads the largest channel";
 
     a.clearAllowedForTest(ilAttrXsize);
     EXPECT_EQ(a.setXsize(10), ilUnsupported);
@@ -43,9 +43,7 @@ TEST(Image, DerivedAttributesAfterReset) {
         EXPECT_EQ(a.getColorModel(), c.model) << c.chans;
         EXPECT_EQ(a.getMinValue(0), -128.0) << "the unsigned byte minimum is -128";
         EXPECT_EQ(a.getMaxValue(0), 255.0);
-        EXPECT_EQ(a.getScaleMin(), -128.0);
         EXPECT_EQ(a.getFill().nc(), c.chans);
-        EXPECT_EQ(a.getFill().type(), ilUChar);
         EXPECT_EQ(a.getPageSizeVal(), 64 * c.chans);
     }
     // A chosen model that does not fit the chosen channel count is an error ...
@@ -180,15 +178,4 @@ TEST(Image, GenericPagePathCopiesAndLockedTilesRelease) {
     a.failReset = true;
     a.setXsize(6);
     EXPECT_EQ(a.lockTile(0, 0, 5, 4), nullptr);
-}
-
-TEST(Page, StaleRecordsFailValidity) {
-    auto* p = new ilImagePage(1, 2, 3, 4, 16);
-    EXPECT_TRUE(p->Valid());
-    EXPECT_NE(p->getData(), nullptr);
-    EXPECT_FALSE(p->matches(1, 2, 3, 5));
-    ilPage plain;
-    EXPECT_EQ(plain.getPos().x, -1);
-    EXPECT_EQ(plain.getData(), nullptr);
-    delete p;
 }

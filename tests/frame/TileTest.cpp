@@ -34,16 +34,14 @@ class TileBoxTest : public ::testing::Test {};
 using TileTypes = ::testing::Types<ilTile, ilTileFloat>;
 TYPED_TEST_SUITE(TileBoxTest, TileTypes);
 
-TYPED_TEST(TileBoxTest, FourArgumentFormAndAccessors) {
-    TypeParam t(2, 3, 4, 5);
+TYPED_TEST(TileBoxTest, FourArgumentFormIsOnePlane) {
+    const TypeParam t(2, 3, 4, 5);
     EXPECT_EQ(str(t), str(make<TypeParam>({2, 3, 0, 4, 5, 1})));
-    EXPECT_EQ(nums(t.minX(), t.minY(), t.width(), t.height(), t.maxX(), t.maxY()),
-              nums(2, 3, 4, 5, 6, 8));
-    const Box differ[] = {{9, 3, 0, 4, 5, 1}, {2, 9, 0, 4, 5, 1}, {2, 3, 9, 4, 5, 1},
-                          {2, 3, 0, 9, 5, 1}, {2, 3, 0, 4, 9, 1}, {2, 3, 0, 4, 5, 9}};
-    for (const Box& d : differ) {
-        EXPECT_TRUE(t != make<TypeParam>(d)) << str(make<TypeParam>(d));
-        EXPECT_FALSE(t == make<TypeParam>(d));
+    EXPECT_EQ(nums(t.maxX(), t.maxY()), nums(6, 8));
+    for (int i = 0; i < 6; ++i) {
+        Box d = {2, 3, 0, 4, 5, 1};
+        d[i] = 9;
+        EXPECT_TRUE(t != make<TypeParam>(d) && !(t == make<TypeParam>(d))) << i;
     }
 }
 

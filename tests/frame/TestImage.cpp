@@ -1,3 +1,0 @@
-#include "TestImage.h"
-
-const ilClassList TestImage::classList = {"a", &ilImage::classList};

@@ -1,0 +1,3 @@
+#include "support/TestImage.h"
+
+const ilClassList TestImage::classList = {"TestImage", &ilImage::classList};
