@@ -12,10 +12,10 @@
 #include <regex>
 
 #include "SmartTestSupport.h"
-#include "frame/TestImage.h"
 #include "pigment/frame/PigmentCallbacks.h"
 #include "pigment/smart/FaultLatch.h"
 #include "pigment/smart/SmartImageCache.h"
+#include "support/TestImage.h"
 
 namespace {
 

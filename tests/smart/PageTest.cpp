@@ -5,11 +5,11 @@
 #include <cstring>
 
 #include "SmartTestSupport.h"
-#include "frame/TestImage.h"
 #include "pigment/frame/ilAlphaCheck.h"
 #include "pigment/smart/FaultLatch.h"
 #include "pigment/smart/PageCluster.h"
 #include "pigment/smart/SmartImageCache.h"
+#include "support/TestImage.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "SmartTestSupport.h"
@@ -28,7 +28,8 @@ constexpr int kTile = 1024;
 int canvasEdgeFor(const std::string& dir) {
     const std::uint64_t free = vlOS::freeDiskSpace(dir.c_str());
     int edge = kFullCanvas;
-    while (edge > 4096 && static_cast<std::uint64_t>(edge) * edge * 4 * 5 / 4 > free) edge /= 2;
+    while (edge > 4096 && static_cast<std::uint64_t>(edge) * edge * 4 * 5 / 4 > free)
+        edge /= 2;
     return edge;
 }
 
