@@ -8,6 +8,8 @@
 #include "pigment/frame/ilSIDImage.h"
 #include "pigment/smart/SmartImage.h"
 
+struct SmartBuffer;
+
 class ilSmartImage : public ilSIDImage {
   public:
     IL_IMAGE_CLASS_IDENTITY()
@@ -168,6 +170,9 @@ class ilSmartImage : public ilSIDImage {
     void Collapse_();
     // The fill pixel as a page word (first byte for one channel).
     std::uint32_t FillWord_() const;
+    // Maps tile and box from the caller's space into the image's and records the mirrors and
+    // exchange in buffer; false when nothing of the tile is left.
+    bool MapCallerSpace_(ilTile& tile, ilTile& box, const ilConfig* cfg, SmartBuffer& buffer);
     // The page-by-page bodies of the tile operations.
     ilStatus ReadTile_(const ilTile& tile, void* data, const ilTile& box, ilConfig* cfg);
     ilStatus WriteTile_(ilTile tile, void* data, ilTile box, ilConfig* cfg);

@@ -59,6 +59,19 @@ ilStatus ilSmartImage::getSubTile3Dv2(const ilTile& tile, void* data, const ilTi
     return ReadTile_(tile, data, box, cfg);
 }
 
+bool ilSmartImage::MapCallerSpace_(ilTile& tile, ilTile& box, const ilConfig* cfg,
+                                   SmartBuffer& buffer) {
+    if (!cfg || !cfg->coordSpace || cfg->coordSpace == coordSpace) return true;
+    int flip = 0, transpose = 0;
+    mapFlipTrans(cfg->coordSpace, flip, transpose);
+    mapTile(tile, cfg->coordSpace);
+    mapTile(box, cfg->coordSpace);
+    buffer.flipX = flip & ilFlipX;
+    buffer.flipY = flip & ilFlipY;
+    buffer.exchange = transpose;
+    return !tile.empty();
+}
+
 ilStatus ilSmartImage::ReadTile_(const ilTile& tileIn, void* data, const ilTile& boxIn,
                                  ilConfig* cfg) {
     if (tileIn.empty()) return ilOK;
@@ -67,16 +80,7 @@ ilStatus ilSmartImage::ReadTile_(const ilTile& tileIn, void* data, const ilTile&
     if (!data) return ilOK;
     ilTile tile = tileIn, box = boxIn;
     SmartBuffer buffer;
-    if (cfg && cfg->coordSpace && cfg->coordSpace != coordSpace) {
-        int flip = 0, transpose = 0;
-        mapFlipTrans(cfg->coordSpace, flip, transpose);
-        mapTile(tile, cfg->coordSpace);
-        mapTile(box, cfg->coordSpace);
-        if (tile.empty()) return ilOK;
-        buffer.flipX = flip & ilFlipX;
-        buffer.flipY = flip & ilFlipY;
-        buffer.exchange = transpose;
-    }
+    if (!MapCallerSpace_(tile, box, cfg, buffer)) return ilOK;
     ApplyForcedBounds(tile);
     const int nc = ChannelCount_();
     buffer.describe(data, box, cfg, nc);
@@ -119,16 +123,7 @@ ilStatus ilSmartImage::WriteTile_(ilTile tile, void* data, ilTile box, ilConfig*
     const ilStatus s = resetCheck();
     if (s != ilOK) return s;
     SmartBuffer buffer;
-    if (cfg && cfg->coordSpace && cfg->coordSpace != coordSpace) {
-        int flip = 0, transpose = 0;
-        mapFlipTrans(cfg->coordSpace, flip, transpose);
-        mapTile(tile, cfg->coordSpace);
-        mapTile(box, cfg->coordSpace);
-        if (tile.empty()) return ilOK;
-        buffer.flipX = flip & ilFlipX;
-        buffer.flipY = flip & ilFlipY;
-        buffer.exchange = transpose;
-    }
+    if (!MapCallerSpace_(tile, box, cfg, buffer)) return ilOK;
     dirtyTile = ilTileUnion(dirtyTile, tile);
     const int nc = ChannelCount_();
     buffer.describe(data, box, cfg, nc);
