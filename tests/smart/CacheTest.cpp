@@ -147,7 +147,9 @@ TEST_F(SwapCache, AllocationOverBudgetReusesBuffers) {
     ASSERT_GT(cache()->GetBytesInMemory(), cache()->GetBudget());
     testing::internal::CaptureStdout();
     const std::int64_t before = cache()->GetBytesInMemory();
-    newPage(1).Realize(2);  // takes the buffer of a big page
+    newPage(1).Realize(2);  // takes the buffer of the least recently used big page
+    EXPECT_EQ(pages[0].GetState(), Swapped);
+    EXPECT_TRUE(pages[bigPages - 1].IsInMemory());
     EXPECT_EQ(cache()->GetBytesInMemory(), before - 65536 + 16384);
     EXPECT_EQ(cache()->GetSmallCount(), 1);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");

@@ -86,8 +86,8 @@ TEST_F(SmartPage, SolidScanFreesMemory) {
         int changeAt;  // a pixel that differs, or -1
     };
     const Row rows[] = {{4, 0xff00ff00u, -1}, {4, 0x11111111u, -1}, {4, 7u, 16383},
-                        {4, 7u, 8000},        {1, 0x5au, -1},       {1, 0x5au, 16383},
-                        {1, 0x5au, 2},        {1, 0x5au, 9000}};
+                        {4, 7u, 8100},        {1, 0x5au, -1},       {1, 0x5au, 16383},
+                        {1, 0x5au, 2},        {1, 0x5au, 9100}};
     for (const Row& row : rows) {
         SCOPED_TRACE(testing::Message() << row.pixelSize << " " << row.changeAt);
         SmartImgPage page(0, row.pixelSize), fresh(0, row.pixelSize);
