@@ -199,7 +199,7 @@ TEST_F(SwapCache, ReadFailureGivesUpAfterTenAttempts) {
 void pageOutAndExit(const std::string& dir) {
     SmartImgPage page;
     writeContent(page, 11);
-    SmartImageCache::GetInstance()->EvictPage(page.GetPageData());
+    cache()->EvictPage(page.GetPageData());
     const bool created = page.GetState() == Swapped &&
                          std::string(cache()->GetSwapFile(4).GetPath()).rfind(dir, 0) == 0;
     std::exit(created ? 0 : 3);
@@ -229,7 +229,7 @@ void writeAgainstFullDisk() {
     testing::internal::CaptureStdout();
     SmartImgPage page;
     writeContent(page, 21);
-    SmartImageCache::GetInstance()->EvictPage(page.GetPageData());
+    cache()->EvictPage(page.GetPageData());
     const std::string out = testing::internal::GetCapturedStdout();
     const int messages = countOf(out,
                                  "An error has been encountered while writing to\nan Image Swap "

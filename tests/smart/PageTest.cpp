@@ -2,7 +2,7 @@
 // origins, lines, transparency and alpha rules.
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 #include <vector>
 
 #include "SmartTestSupport.h"

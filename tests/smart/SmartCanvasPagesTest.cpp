@@ -2,8 +2,6 @@
 // through seeds and aligned copies, solids from fills, page locks, forced bounds and bad input.
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <memory>
 #include <vector>
 
 #include "SmartTestSupport.h"
@@ -28,12 +26,8 @@ PageData* bodyAt(ilSmartImage& image, int x, int y) {
     return image.GetSmartImage().FindPage(x, y, 1)->GetPageData();
 }
 
-std::int64_t bytesInMemory() {
-    return SmartImageCache::GetInstance()->GetBytesInMemory();
-}
-
 TEST_F(SmartCanvasPages, FarCornersCostAHandfulOfPages) {
-    const std::int64_t before = bytesInMemory();
+    const std::int64_t before = cache()->GetBytesInMemory();
     {
         ilSmartImage canvas(clearFill());
         SmartImage& table = canvas.GetSmartImage();
@@ -46,13 +40,13 @@ TEST_F(SmartCanvasPages, FarCornersCostAHandfulOfPages) {
         EXPECT_EQ(canvas.getBounds(), ilTile(-102400, -102400, 0, 204800, 204800, 1));
         EXPECT_EQ(table.CountClusters(), 3);  // the root and one at each corner
         EXPECT_EQ(table.CountPages(), 2);
-        EXPECT_EQ(bytesInMemory() - before, 2 * 65536);
+        EXPECT_EQ(cache()->GetBytesInMemory() - before, 2 * 65536);
         EXPECT_TRUE(painted(canvas, -102400, -102400, 3, 3, 1));
         EXPECT_TRUE(painted(canvas, 102390, 102390, 10, 10, 2));
         // Untouched space inside the bounds costs a reference, not pixels.
         canvas.getTile(0, 0, 1, 1, &px);
         EXPECT_EQ(px, 0u);
-        EXPECT_EQ(bytesInMemory() - before, 2 * 65536);
+        EXPECT_EQ(cache()->GetBytesInMemory() - before, 2 * 65536);
 
         // Past the limit: the warning, a scratch page that the next such lookup discards.
         testing::internal::CaptureStdout();
@@ -74,7 +68,7 @@ TEST_F(SmartCanvasPages, FarCornersCostAHandfulOfPages) {
         EXPECT_EQ(out, "SID: SmartImage had to clip an image op to fit +- 102400\n");
         EXPECT_EQ(canvas.getBounds().x + canvas.getBounds().nx, 102400);
     }
-    EXPECT_EQ(bytesInMemory(), before);
+    EXPECT_EQ(cache()->GetBytesInMemory(), before);
 }
 
 TEST_F(SmartCanvasPages, TableLookupRules) {
@@ -172,10 +166,10 @@ TEST_F(SmartCanvasPages, SnapshotsShareUntilWrittenAndMergeBack) {
     EXPECT_EQ(canvas.GetDependentCount(), 1);
 
     // Each side's write clones the written page alone; the other keeps the old pixels.
-    const std::int64_t before = bytesInMemory();
+    const std::int64_t before = cache()->GetBytesInMemory();
     paint(canvas, 0, 0, 10, 10, 8);
     paint(child, 300, 5, 1, 1, 9);
-    EXPECT_EQ(bytesInMemory() - before, 2 * 65536);
+    EXPECT_EQ(cache()->GetBytesInMemory() - before, 2 * 65536);
     EXPECT_NE(bodyAt(child, 0, 0), bodyAt(canvas, 0, 0));
     EXPECT_EQ(bodyAt(child, 128, 0), bodyAt(canvas, 128, 0));
     EXPECT_NE(bodyAt(child, 256, 0), bodyAt(canvas, 256, 0));
@@ -188,7 +182,7 @@ TEST_F(SmartCanvasPages, SnapshotsShareUntilWrittenAndMergeBack) {
     EXPECT_EQ(bodyAt(canvas, 256, 0), written);
     EXPECT_EQ(canvas.GetPixel(300, 5), patternWord(9, 0));
     EXPECT_EQ(bodyAt(canvas, 256, 0)->refCount, 2);
-    EXPECT_EQ(bytesInMemory() - before, 65536) << "the seed's old page is released";
+    EXPECT_EQ(cache()->GetBytesInMemory() - before, 65536) << "the seed's old page is released";
 
     Overlay lone(clearFill());
     EXPECT_EQ(lone.merge(), ilBadInputCount);
@@ -264,13 +258,13 @@ TEST_F(SmartCanvasPages, AlignedCopiesShareAndFillsMakeSolids) {
 
     // A big fill: covered pages become solids without memory, the margins go through memory.
     ilSmartImage canvas(clearFill());
-    const std::int64_t before = bytesInMemory();
+    const std::int64_t before = cache()->GetBytesInMemory();
     const unsigned char blue[4] = {0, 0, 255, 255};
     canvas.fillTile3D(0, 0, 0, 1000, 1000, 1, blue);
     int solid = 0;
     EXPECT_EQ(canvas.GetNumPages(solid), 64);
     EXPECT_EQ(solid, 49);
-    EXPECT_EQ(bytesInMemory() - before, 15 * 65536);
+    EXPECT_EQ(cache()->GetBytesInMemory() - before, 15 * 65536);
     EXPECT_EQ(canvas.GetPixel(999, 999), 0xffff0000u);
     EXPECT_EQ(canvas.GetSmartImage().FindPage(500, 500, 0)->GetData(), nullptr);
 }
