@@ -15,8 +15,8 @@
 
 namespace {
 
-// Every worker records its index and thread, then waits until all have arrived: this only
-// finishes in time if the workers really run at the same time.
+// Every worker records its index, then waits until all have arrived: this only finishes in time
+// if the workers really run at the same time.
 struct RendezvousAlg : vlUtil::ThreadedAlg {
     std::mutex guard;
     std::multiset<int> indices;
@@ -37,12 +37,14 @@ struct RendezvousAlg : vlUtil::ThreadedAlg {
         }
         ++arrived;
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (arrived.load() < workers)
+        while (arrived.load() < workers) {
             if (std::chrono::steady_clock::now() > deadline) {
                 std::lock_guard<std::mutex> lock(guard);
                 allMet = false;
                 return;
             }
+            std::this_thread::yield();
+        }
     }
     void finalize() override {
         rightThreads = rightThreads && std::this_thread::get_id() == caller;
