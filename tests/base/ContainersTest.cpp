@@ -43,71 +43,38 @@ TEST(Containers, VectorEditsKeepOrderAndPositions) {
     EXPECT_EQ(joined(v), "9,0,0,");
 }
 
-TEST(Containers, ListEndsAndStableAddresses) {
+// The list, map and hash table wrap the standard containers: what they add is tested here.
+TEST(Containers, ListMapAndHashTableAnswers) {
     vl::list<int> l;
     l.append(2);
-    int* two = &l.back();
     l.prepend(1);
-    l.append(3);
-    l.prepend(0);
-    EXPECT_EQ(joined(l), "0,1,2,3,");
+    l.eraseBack();
     l.eraseFront();
-    l.eraseBack();
-    EXPECT_EQ(two, &l.back());
-    EXPECT_EQ(joined(l), "1,2,");
-    l.clear();
     l.eraseFront();  // harmless on an empty list
-    l.eraseBack();
     EXPECT_TRUE(l.empty());
-}
 
-TEST(Containers, MapOrderLookupAndUniqueInsert) {
     vl::map<int, std::string> m;
-    for (int k : {5, 1, 9, 3})
-        m.insertUnique(k, std::to_string(k * 10));
-    auto again = m.insertUnique(9, "other");
-    EXPECT_FALSE(again.second);
-    EXPECT_EQ(again.first->second, "90") << "the existing element answers";
-    std::string keys;
-    for (const auto& kv : m)
-        keys += std::to_string(kv.first) + ",";
-    EXPECT_EQ(keys, "1,3,5,9,");
-    const int bounds[][2] = {{0, 1}, {1, 1}, {2, 3}, {6, 9}, {10, -1}};  // key, lower bound
-    for (const auto& b : bounds) {
-        auto it = m.lowerBound(b[0]);
-        EXPECT_EQ(it == m.end() ? -1 : it->first, b[1]) << b[0];
-    }
-    auto it = m.find(5);
-    ASSERT_NE(it, m.end());
-    EXPECT_EQ((--it)->first, 3);
+    EXPECT_TRUE(m.insertUnique(9, "90").second);
+    EXPECT_EQ(m.insertUnique(9, "other").first->second, "90") << "the existing element answers";
     EXPECT_EQ(m.findValuePtr(4), nullptr);
     EXPECT_EQ(*m.getValuePtr(4), "") << "inserted as default";
-    EXPECT_EQ(m.size(), 5u);
+    EXPECT_EQ(m.lowerBound(5)->first, 9);
     EXPECT_TRUE(m.eraseKey(4));
     EXPECT_FALSE(m.eraseKey(4));
-}
 
-struct Origin {
-    int x, y;
-    bool operator==(const Origin& o) const { return x == o.x && y == o.y; }
-};
-struct OriginHash {
-    std::uint64_t operator()(const Origin& o) const {
-        return (std::uint64_t(std::uint32_t(o.x)) << 32) ^ std::uint32_t(o.y);
-    }
-};
-
-TEST(Containers, HashTableGetInsertsFindDoesNot) {
-    vl::HashTableImpl<Origin, int, OriginHash> table, copy;
-    EXPECT_EQ(table.findNode({0, 128}), nullptr);
-    table.get({0, 128}) = 3;
-    table.get({128, 0}) = 4;
-    EXPECT_EQ(table.get({0, 128}), 3);
-    ASSERT_NE(table.findNode({128, 0}), nullptr);
-    EXPECT_EQ(*table.findNode({128, 0}), 4);
+    struct Hash {
+        std::uint64_t operator()(int key) const { return std::uint64_t(key) % 7; }
+    };
+    vl::HashTableImpl<int, int, Hash> table, copy;
+    EXPECT_EQ(table.findNode(128), nullptr);
+    table.get(128) = 3;
+    table.get(135) = 4;  // the same hash
+    EXPECT_EQ(table.get(128), 3);
+    ASSERT_NE(table.findNode(135), nullptr);
+    EXPECT_EQ(*table.findNode(135), 4);
     copy.copy(table);
-    EXPECT_TRUE(table.eraseKey({0, 128}));
-    EXPECT_FALSE(table.eraseKey({0, 128}));
+    EXPECT_TRUE(table.eraseKey(128));
+    EXPECT_FALSE(table.eraseKey(128));
     EXPECT_EQ(table.size(), 1u);
     EXPECT_EQ(copy.size(), 2u);
 }

@@ -10,71 +10,44 @@
 #include <vector>
 
 #include "pigment/base/vlAppOutput.h"
-#include "pigment/base/vlFilename.h"
 #include "pigment/base/vlLargeHeap.h"
 #include "pigment/base/vlOSFile.h"
+#include "support/TempDir.h"
 
 namespace {
 
-// A private directory under the temporary directory, removed with its files afterwards.
-class TempDir : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        dir = vlOS::uniqueTempName(nullptr, "pigment_base_test_");
-        ASSERT_TRUE(vlOS::directoryCreate(dir.c_str()));
-    }
-    void TearDown() override {
-        for (const auto& f : files)
-            vlOS::fileDelete(f.c_str());
-        EXPECT_TRUE(vlOS::directoryDelete(dir.c_str())) << vlOS::lastErrorText();
-    }
-    std::string file(const char* prefix) {
-        files.push_back(vlOS::uniqueTempName(dir.c_str(), prefix));
-        return files.back();
-    }
-    std::string dir;
-    std::vector<std::string> files;
-};
-
-TEST_F(TempDir, UniqueNamesAreFreshAndInTheDirectory) {
-    std::set<std::string> names;
+TEST(OSFile, UniqueNamesAndWriteSeekReadRoundTrip) {
+    TempDir dir;
+    std::set<std::string> names;  // fresh names, none of them answered twice
     for (int i = 0; i < 20; ++i) {
-        const std::string name = file("SID");
-        EXPECT_EQ(name.rfind(dir + "/SID", 0), 0u) << name;
-        EXPECT_FALSE(vlOS::fileExists(name.c_str()));
-        EXPECT_TRUE(names.insert(name).second);
-        if (i % 2 == 0) {  // existing files must not be answered again
-            const int fd = vlOS::fileCreateReadWrite(name.c_str());
-            ASSERT_GE(fd, 0);
-            vlOS::fileClose(fd);
-        }
+        const std::string name = vlOS::uniqueTempName(dir.path.c_str(), "SID");
+        EXPECT_EQ(name.rfind(dir.path + "/SID", 0), 0u) << name;
+        EXPECT_TRUE(names.insert(name).second && !vlOS::fileExists(name.c_str()));
+        if (i % 2 == 0) vlOS::fileClose(vlOS::fileCreateReadWrite(name.c_str()));
     }
-}
-
-TEST_F(TempDir, WriteSeekReadRoundTrip) {
-    const std::string path = file("swap");
+    const std::string path = *names.begin();
     const int fd = vlOS::fileCreateReadWrite(path.c_str());
     ASSERT_GE(fd, 0) << vlOS::lastErrorText();
-    EXPECT_TRUE(vlOS::fileExists(path.c_str()));
 
     // Blocks written at scattered offsets, as a swap file does, and read back in another order.
     const struct {
         std::int64_t offset;
         std::size_t size;
-        unsigned char fill;
-    } blocks[] = {{65536, 65536, 0x11}, {0, 16384, 0x22}, {200000, 1000, 0x33}, {16384, 7, 0x44}};
+    } blocks[] = {{65536, 65536}, {0, 16384}, {200000, 1000}, {16384, 7}};
     for (const auto& b : blocks) {
-        std::vector<unsigned char> data(b.size, b.fill);
-        data[0] = static_cast<unsigned char>(b.offset);  // the last byte keeps the fill
+        std::vector<unsigned char> data(b.size, static_cast<unsigned char>(b.size));
+        data[0] = static_cast<unsigned char>(b.offset >> 8);
         EXPECT_EQ(vlOS::fileSeek(fd, b.offset), b.offset);
         EXPECT_EQ(vlOS::fileWrite(fd, data.data(), data.size()), static_cast<std::int64_t>(b.size));
     }
     for (int k = 3; k >= 0; --k) {
         const auto& b = blocks[k];
-        std::vector<unsigned char> data(b.size, 0);
+        std::vector<unsigned char> data(b.size, 0),
+            want(b.size, static_cast<unsigned char>(b.size));
+        want[0] = static_cast<unsigned char>(b.offset >> 8);
         EXPECT_EQ(vlOS::fileSeek(fd, b.offset), b.offset);
         EXPECT_EQ(vlOS::fileRead(fd, data.data(), data.size()), static_cast<std::int64_t>(b.size));
-        EXPECT_TRUE(data[0] == static_cast<unsigned char>(b.offset) && data[b.size - 1] == b.fill);
+        EXPECT_EQ(data, want) << b.offset;
     }
     // Reading past the end answers the bytes there were.
     char tail[100];
@@ -89,18 +62,19 @@ TEST_F(TempDir, WriteSeekReadRoundTrip) {
     EXPECT_STRNE(vlOS::lastErrorText(), "");
     EXPECT_TRUE(vlOS::fileSetNormalAttributes(path.c_str()) && vlOS::fileDelete(path.c_str()));
     EXPECT_FALSE(vlOS::fileExists(path.c_str()) || vlOS::fileDelete(path.c_str()));
-    EXPECT_EQ(vlOS::fileCreateReadWrite((dir + "/missing/x").c_str()), -1);
+    EXPECT_EQ(vlOS::fileCreateReadWrite((dir.path + "/missing/x").c_str()), -1);
 }
 
-TEST_F(TempDir, AppOutputWritesLines) {
-    const std::string path = file("log");
+TEST(OSFile, AppOutputWritesLinesWhileOpen) {
+    TempDir dir;
+    const std::string path = dir.path + "/log";
     vlOS::AppOutputStream& out = vlOS::AppOutput::getInstance();
     out("dropped while closed %d", 1);
     ASSERT_TRUE(out.open(path.c_str(), false));
     out("stroke took %d ms", 12);
     out("%s\n", "done");
     out.close();
-    ASSERT_TRUE(out.open(path.c_str(), true));
+    ASSERT_TRUE(out.open(path.c_str(), true));  // appending
     out("again");
     out.close();
     std::ifstream in(path);
@@ -108,7 +82,7 @@ TEST_F(TempDir, AppOutputWritesLines) {
     EXPECT_EQ(all, "stroke took 12 ms\ndone\nagain\n");
 }
 
-TEST(LargeHeap, AllocFreeZeroedAndWritable) {
+TEST(OSFile, LargeHeapBlocksAreZeroedAndWritable) {
     EXPECT_EQ(vlOS::largeHeapAlloc(0), nullptr);
     for (std::size_t size : {4096ul, 65536ul * 4 + 12, 1ul << 24}) {
         auto* p = static_cast<unsigned char*>(vlOS::largeHeapAlloc(size));
@@ -120,12 +94,12 @@ TEST(LargeHeap, AllocFreeZeroedAndWritable) {
     vlOS::largeHeapFree(nullptr, 100);
 }
 
-TEST(Timing, CounterAdvancesWithSleep) {
-    const std::uint64_t f = vlOS::performanceFrequency();
+TEST(OSFile, CounterAdvancesWithSleep) {
     const std::uint64_t t0 = vlOS::performanceCounter();
     vlOS::sleepMs(20);
-    const std::uint64_t t1 = vlOS::performanceCounter();
-    EXPECT_GE(static_cast<double>(t1 - t0) / static_cast<double>(f), 0.019);
+    const double seconds = static_cast<double>(vlOS::performanceCounter() - t0) /
+                           static_cast<double>(vlOS::performanceFrequency());
+    EXPECT_GE(seconds, 0.019);
 }
 
 }  // namespace

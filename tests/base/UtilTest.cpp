@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -31,8 +32,6 @@ TEST(BitField, SetTestOrAndBounds) {
     EXPECT_EQ(g.countSet(), 130) << "no bits past the end";
     small |= g;
     EXPECT_EQ(small.countSet(), 3) << "only the bits inside the smaller field";
-    g.setAll(false);
-    EXPECT_FALSE(g.any());
 }
 
 TEST(IntRange2d, ContainsWrapClamp) {
@@ -46,65 +45,50 @@ TEST(IntRange2d, ContainsWrapClamp) {
             EXPECT_EQ(r.clamp(axis, int(v)), std::clamp(v, lo, hi - 1));
         }
     const vlUtil::IntRange2d empty(3, 3, 3, 8);
-    EXPECT_EQ(empty.wrap(0, 17), 3);
-    EXPECT_EQ(empty.clamp(0, -9), 3);
-    EXPECT_TRUE(empty.isEmpty());
+    EXPECT_EQ(std::pair(empty.wrap(0, 17), empty.clamp(0, -9)), std::pair(3, 3)) << "lo";
 }
 
-bool overlap(const vlUtil::IntRange2d& a, const vlUtil::IntRange2d& b) {
-    return a.min(0) < b.max(0) && b.min(0) < a.max(0) && a.min(1) < b.max(1) && b.min(1) < a.max(1);
-}
-
+// Packed boxes keep their sizes, lie inside the answered bounds and do not overlap; the atlas
+// is not mostly waste, and a power-of-two atlas has such sides.
 TEST(IntRange2d, PackPlacesWithoutOverlapInsideTheBounds) {
-    std::srand(7);
-    for (bool pow2 : {false, true}) {
+    std::mt19937 rng(7);
+    for (bool pow2 : {false, true})
         for (int count : {1, 5, 40}) {
-            std::vector<vlUtil::IntRange2d> boxes, before;
+            std::vector<vlUtil::IntRange2d> boxes;
             for (int i = 0; i < count; ++i) {
-                const int x = std::rand() % 50 - 25, y = std::rand() % 50 - 25;
-                boxes.emplace_back(x, y, x + 1 + std::rand() % 30, y + 1 + std::rand() % 30);
+                const int x = int(rng() % 50) - 25, y = int(rng() % 50) - 25;
+                boxes.emplace_back(x, y, x + 1 + int(rng() % 30), y + 1 + int(rng() % 30));
             }
             boxes.emplace_back(0, 0, 0, 5);  // empty: takes no room
-            before = boxes;
+            const std::vector<vlUtil::IntRange2d> before = boxes;
             const vlUtil::IntRange2d bounds = vlUtil::pack(boxes, pow2);
             long long area = 0;
             for (std::size_t i = 0; i + 1 < boxes.size(); ++i) {
                 const vlUtil::IntRange2d& b = boxes[i];
                 EXPECT_TRUE(b.width() == before[i].width() && b.height() == before[i].height());
                 EXPECT_TRUE(b.min(0) >= 0 && b.min(1) >= 0 && b.max(0) <= bounds.max(0) &&
-                            b.max(1) <= bounds.max(1))
-                    << i << " of " << count;
+                            b.max(1) <= bounds.max(1));
                 area += static_cast<long long>(b.width()) * b.height();
                 for (std::size_t j = 0; j < i; ++j)
-                    EXPECT_FALSE(overlap(boxes[i], boxes[j]));
+                    EXPECT_FALSE(b.min(0) < boxes[j].max(0) && boxes[j].min(0) < b.max(0) &&
+                                 b.min(1) < boxes[j].max(1) && boxes[j].min(1) < b.max(1));
             }
+            const int w = bounds.width(), h = bounds.height();
+            EXPECT_LE(static_cast<long long>(w) * h, (pow2 ? 16 : 4) * area);
             if (pow2) {
-                EXPECT_EQ((bounds.width() & (bounds.width() - 1)) |
-                              (bounds.height() & (bounds.height() - 1)),
-                          0);
-            } else {
-                // A shelf packer wastes space but should not waste most of it.
-                EXPECT_LE(static_cast<long long>(bounds.width()) * bounds.height(), 4 * area);
+                EXPECT_EQ((w & (w - 1)) | (h & (h - 1)), 0);
             }
         }
-    }
-    std::vector<vlUtil::IntRange2d> none;
-    EXPECT_TRUE(vlUtil::pack(none, true).isEmpty());
 }
 
-TEST(Uuid, EmptyUntilGeneratedAndDistinct) {
+TEST(SysInfo, UuidsAndMachineFigures) {
     vlOS::Uuid a, b;
     EXPECT_TRUE(a.isEmpty() && a == b);
     a.generate();
     b.generate();
-    EXPECT_FALSE(a.isEmpty());
-    EXPECT_TRUE(a != b && (a < b || b < a));
-    const std::string text = a.toString();
-    EXPECT_EQ(text.size(), 36u);
-    EXPECT_EQ(text[14], '4') << "version 4";
-}
+    EXPECT_TRUE(!a.isEmpty() && a != b && (a < b || b < a));
+    EXPECT_EQ(a.toString().size(), 36u);
 
-TEST(SysInfo, Plausible) {
     const vlOS::SysInfo& info = vlOS::sysInfo();
     EXPECT_TRUE(info.numCPUs() >= 1 && info.numCPUs() <= 4096);
     EXPECT_GT(info.totalPhysicalMemory(), 64ULL << 20);
@@ -114,37 +98,28 @@ TEST(SysInfo, Plausible) {
 
 TEST(Filename, BaseTrunkAndParts) {
     const struct {
-        const char* path;
-        const char* trunk;
-        const char* dir;
-        const char* ext;
+        const char *path, *trunk, *dir, *ext;
     } cases[] = {
         {"/a/b/c.txt", "c", "/a/b", "txt"}, {"c.tar.gz", "c.tar", "", "gz"},
         {"/a.b/c", "c", "/a.b", ""},        {".profile", ".profile", "", ""},
         {"/tmp/", "", "/tmp", ""},          {"/x", "x", "/", ""},
-        {"name.", "name", "", ""},          {"", "", "", ""},
-        {"../..", "..", "..", ""},
+        {"name.", "name", "", ""},          {"../..", "..", "..", ""},
     };
     for (const auto& c : cases) {
         const vlOS::Filename f(c.path);
-        EXPECT_EQ(f.baseTrunk(), c.trunk) << c.path;
-        EXPECT_EQ(f.directory(), c.dir) << c.path;
-        EXPECT_EQ(f.extension(), c.ext) << c.path;
+        EXPECT_EQ(f.baseTrunk() + "|" + f.directory() + "|" + f.extension(),
+                  std::string(c.trunk) + "|" + c.dir + "|" + c.ext)
+            << c.path;
     }
     EXPECT_STREQ(vlOS::Filename(vlString::IString("/d/e.f")).asChar(), "/d/e.f");
     EXPECT_STREQ(vlOS::Filename("/d").appended("x.y").asChar(), "/d/x.y");
-}
 
-TEST(Filename, TempDirectoryFollowsTMPDIR) {
     const char* saved = std::getenv("TMPDIR");
     const std::string keep = saved ? saved : "";
-    const struct {
-        const char* value;  // null: unset
-        const char* expect;
-    } cases[] = {{nullptr, "/tmp"}, {"", "/tmp"}, {"/var/tmp/", "/var/tmp"}, {"/x/y", "/x/y"}};
-    for (const auto& c : cases) {
-        c.value ? setenv("TMPDIR", c.value, 1) : unsetenv("TMPDIR");
-        EXPECT_STREQ(vlOS::getTempDirectory().asChar(), c.expect);
+    const char* const tmp[][2] = {{nullptr, "/tmp"}, {"", "/tmp"}, {"/var/tmp/", "/var/tmp"}};
+    for (const auto& t : tmp) {
+        t[0] ? setenv("TMPDIR", t[0], 1) : unsetenv("TMPDIR");
+        EXPECT_STREQ(vlOS::getTempDirectory().asChar(), t[1]);
     }
     saved ? setenv("TMPDIR", keep.c_str(), 1) : unsetenv("TMPDIR");
 }
@@ -170,11 +145,11 @@ TEST(Strings, Int64ToAsciiAndEncodings) {
     s.plusEqual("cd").plusEqual(nullptr).plusEqual(vlString::CString("e"));
     EXPECT_STREQ(s.asChar(), "abcde");
 
+    // UTF-8 is checked on the way in; the bytes come out as they went in.
     const struct {
         const char* bytes;
         bool valid;
-    } texts[] = {{"plain", true},
-                 {"gr\xC3\xBC\xC3\x9F", true},
+    } texts[] = {{"gr\xC3\xBC\xC3\x9F", true},
                  {"\xE2\x82\xAC", true},
                  {"\xC3", false},
                  {"\xC0\xAF", false},

@@ -2,25 +2,18 @@
 // through seeds and aligned copies, solids from fills, page locks, forced bounds and bad input.
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <memory>
 #include <vector>
 
 #include "SmartTestSupport.h"
 #include "pigment/frame/PigmentCallbacks.h"
 #include "pigment/frame/ilMemoryImg.h"
 #include "pigment/frame/ilPage.h"
-#include "pigment/smart/FaultLatch.h"
-#include "pigment/smart/SmartImageCache.h"
-#include "pigment/smart/ilSmartImage.h"
 
 namespace {
 
-const unsigned char kClear[4] = {0, 0, 0, 0};
+class SmartCanvasPages : public LatchClear {};
 
-ilPixel clearFill() {
-    return ilPixel(ilUChar, 4, kClear);
-}
+const unsigned char kClear[4] = {0, 0, 0, 0};
 
 // Exposes the merge, which the frame keeps protected.
 class Overlay : public ilSmartImage {
@@ -33,45 +26,27 @@ PageData* bodyAt(ilSmartImage& image, int x, int y) {
     return image.GetSmartImage().FindPage(x, y, 1)->GetPageData();
 }
 
-// n x n pixels of distinct words from (x, y).
-void paint(ilSmartImage& image, int x, int y, int w, int h, std::uint32_t salt) {
-    std::vector<std::uint32_t> px(static_cast<size_t>(w) * h);
-    for (size_t i = 0; i < px.size(); ++i)
-        px[i] = contentWord(static_cast<int>(salt), static_cast<int>(i));
-    image.setTile(x, y, w, h, px.data());
-}
-
-bool painted(ilImage& image, int x, int y, int w, int h, std::uint32_t salt) {
-    std::vector<std::uint32_t> px(static_cast<size_t>(w) * h);
-    image.getTile(x, y, w, h, px.data());
-    for (size_t i = 0; i < px.size(); ++i)
-        if (px[i] != contentWord(static_cast<int>(salt), static_cast<int>(i))) return false;
-    return true;
-}
-
-std::int64_t bytesInMemory() {
-    return SmartImageCache::GetInstance()->GetBytesInMemory();
-}
-
-TEST(SmartCanvasPages, FarCornersCostAHandfulOfPages) {
-    ResetFaultLatchForTest();
-    const std::int64_t before = bytesInMemory();
+TEST_F(SmartCanvasPages, FarCornersCostAHandfulOfPages) {
+    const std::int64_t before = cache()->GetBytesInMemory();
     {
         ilSmartImage canvas(clearFill());
+        SmartImage& table = canvas.GetSmartImage();
+        std::uint32_t px = 1;
+        canvas.getTile(-1, -1, 1, 1, &px);  // outside the bounds: no lookup at all
+        EXPECT_EQ(px, 0u);
+        EXPECT_EQ(table.CountPages(), 0);
         paint(canvas, -102400, -102400, 3, 3, 1);
         paint(canvas, 102390, 102390, 10, 10, 2);
         EXPECT_EQ(canvas.getBounds(), ilTile(-102400, -102400, 0, 204800, 204800, 1));
-        SmartImage& table = canvas.GetSmartImage();
         EXPECT_EQ(table.CountClusters(), 3);  // the root and one at each corner
         EXPECT_EQ(table.CountPages(), 2);
-        EXPECT_EQ(bytesInMemory() - before, 2 * 65536);
+        EXPECT_EQ(cache()->GetBytesInMemory() - before, 2 * 65536);
         EXPECT_TRUE(painted(canvas, -102400, -102400, 3, 3, 1));
         EXPECT_TRUE(painted(canvas, 102390, 102390, 10, 10, 2));
         // Untouched space inside the bounds costs a reference, not pixels.
-        std::uint32_t px = 1;
         canvas.getTile(0, 0, 1, 1, &px);
         EXPECT_EQ(px, 0u);
-        EXPECT_EQ(bytesInMemory() - before, 2 * 65536);
+        EXPECT_EQ(cache()->GetBytesInMemory() - before, 2 * 65536);
 
         // Past the limit: the warning, a scratch page that the next such lookup discards.
         testing::internal::CaptureStdout();
@@ -93,12 +68,11 @@ TEST(SmartCanvasPages, FarCornersCostAHandfulOfPages) {
         EXPECT_EQ(out, "SID: SmartImage had to clip an image op to fit +- 102400\n");
         EXPECT_EQ(canvas.getBounds().x + canvas.getBounds().nx, 102400);
     }
-    EXPECT_EQ(bytesInMemory(), before);
-    EXPECT_EQ(FaultLatch, 0u);
+    EXPECT_EQ(cache()->GetBytesInMemory(), before);
 }
 
-TEST(SmartCanvasPages, TableLookupRules) {
-    ResetFaultLatchForTest();
+TEST_F(SmartCanvasPages, TableLookupRules) {
+    SwapScope swap;
     ilSmartImage canvas(clearFill());
     SmartImage& table = canvas.GetSmartImage();
     paint(canvas, 0, 0, 130, 10, 4);  // pages (0, 0) and (128, 0)
@@ -143,40 +117,44 @@ TEST(SmartCanvasPages, TableLookupRules) {
         EXPECT_EQ(x, 0);
     }
 
-    // SetFill recolours untouched pages only; shrinking without a seed drops every cluster but
-    // the root.
+    // A new fill recolours all untouched space at once, a written page's part beyond the bounds
+    // included; shrinking without a seed drops every cluster but the root.
     const int clusters = table.CountClusters();
     paint(canvas, 5000, 5000, 1, 1, 6);
     ASSERT_EQ(table.CountClusters(), clusters + 1);
-    table.SetFill(0x01020304u);
+    const unsigned char other[4] = {4, 3, 2, 1};
+    canvas.setFill(ilPixel(ilUChar, 4, other));
     EXPECT_EQ(canvas.GetPixel(3000, 3000), 0x01020304u);
-    EXPECT_EQ(canvas.GetPixel(129, 5), contentWord(4, 5 * 130 + 129));
+    EXPECT_EQ(canvas.GetPixel(-9000, 100), 0x01020304u);
+    EXPECT_EQ(canvas.GetPixel(129, 5), patternWord(4, 5 * 130 + 129));
+    EXPECT_EQ(table.FindPage(5000, 5000, 0)->GetPixel(9, 9), 0x01020304u);
     canvas.SetBounds_(ilTile(0, 0, 0, 0, 0, 1), 0);
     EXPECT_EQ(table.CountClusters(), 1);
     EXPECT_EQ(table.CountPages(), 0);
-    EXPECT_EQ(FaultLatch, 0u);
 }
 
-TEST(SmartCanvasPages, PruningKeepsTheBoundsAndFillsTheRestOfAPage) {
-    ResetFaultLatchForTest();
+// Shrinking the bounds keeps whole pages inside, fills the outside part of a page that is cut and
+// drops pages outside (there is no seed to uncover).
+TEST_F(SmartCanvasPages, PruningKeepsTheBoundsAndFillsTheRestOfAPage) {
     ilSmartImage canvas(clearFill());
+    SmartImage& table = canvas.GetSmartImage();
     const unsigned char red[4] = {200, 0, 0, 255};
-    canvas.fillTile3D(0, 0, 0, 128, 128, 1, red);
-    canvas.GetSmartImage().FindPage(0, 0, 0)->Realize(1);  // a page in memory, not a solid
-    canvas.SetBounds_(ilTile(0, 0, 0, 50, 60, 1), 0);
+    canvas.fillTile3D(0, 0, 0, 384, 256, 1, red);
+    table.FindPage(128, 0, 0)->Realize(1);  // a page in memory, not a solid
+    canvas.SetBounds_(ilTile(0, 0, 0, 178, 200, 1), 0);
     struct Probe {
-        int x, y;
+        int px, py, x, y;  // page origin, pixel in the page
         std::uint32_t expected;
-    } probes[] = {
-        {10, 10, 0xff0000c8u}, {49, 59, 0xff0000c8u}, {50, 10, 0u}, {10, 60, 0u}, {127, 127, 0u}};
+    } probes[] = {{0, 0, 127, 127, 0xff0000c8u}, {128, 0, 49, 127, 0xff0000c8u},
+                  {128, 0, 50, 10, 0u},          {0, 128, 10, 71, 0xff0000c8u},
+                  {0, 128, 10, 72, 0u},          {128, 128, 49, 71, 0xff0000c8u}};
     for (const Probe& p : probes)
-        EXPECT_EQ(canvas.GetSmartImage().FindPage(0, 0, 0)->GetPixel(p.x, p.y), p.expected)
-            << p.x << "," << p.y;
-    EXPECT_EQ(FaultLatch, 0u);
+        EXPECT_EQ(table.FindPage(p.px, p.py, 0)->GetPixel(p.x, p.y), p.expected)
+            << p.px << "," << p.py << ": " << p.x << "," << p.y;
+    EXPECT_EQ(table.CountPages(), 4);
 }
 
-TEST(SmartCanvasPages, SnapshotsShareUntilWrittenAndMergeBack) {
-    ResetFaultLatchForTest();
+TEST_F(SmartCanvasPages, SnapshotsShareUntilWrittenAndMergeBack) {
     ilSmartImage canvas(clearFill());
     paint(canvas, 0, 0, 384, 128, 7);  // pages 0, 128, 256
     Overlay child(&canvas);
@@ -188,42 +166,39 @@ TEST(SmartCanvasPages, SnapshotsShareUntilWrittenAndMergeBack) {
     EXPECT_EQ(canvas.GetDependentCount(), 1);
 
     // Each side's write clones the written page alone; the other keeps the old pixels.
-    const std::int64_t before = bytesInMemory();
+    const std::int64_t before = cache()->GetBytesInMemory();
     paint(canvas, 0, 0, 10, 10, 8);
     paint(child, 300, 5, 1, 1, 9);
-    EXPECT_EQ(bytesInMemory() - before, 2 * 65536);
+    EXPECT_EQ(cache()->GetBytesInMemory() - before, 2 * 65536);
     EXPECT_NE(bodyAt(child, 0, 0), bodyAt(canvas, 0, 0));
     EXPECT_EQ(bodyAt(child, 128, 0), bodyAt(canvas, 128, 0));
     EXPECT_NE(bodyAt(child, 256, 0), bodyAt(canvas, 256, 0));
-    EXPECT_TRUE(painted(child, 0, 0, 384, 128, 7) == false);  // (300, 5) differs now
-    EXPECT_EQ(child.GetPixel(5, 5), contentWord(7, 5 * 384 + 5));
-    EXPECT_EQ(canvas.GetPixel(5, 5), contentWord(8, 55));
+    EXPECT_EQ(child.GetPixel(5, 5), patternWord(7, 5 * 384 + 5));
+    EXPECT_EQ(canvas.GetPixel(5, 5), patternWord(8, 55));
 
     // The merge moves the overlay's bodies into the seed; nothing is copied.
     PageData* written = bodyAt(child, 256, 0);
     EXPECT_EQ(child.merge(), ilOK);
     EXPECT_EQ(bodyAt(canvas, 256, 0), written);
-    EXPECT_EQ(canvas.GetPixel(300, 5), contentWord(9, 0));
+    EXPECT_EQ(canvas.GetPixel(300, 5), patternWord(9, 0));
     EXPECT_EQ(bodyAt(canvas, 256, 0)->refCount, 2);
-    EXPECT_EQ(bytesInMemory() - before, 65536) << "the seed's old page is released";
+    EXPECT_EQ(cache()->GetBytesInMemory() - before, 65536) << "the seed's old page is released";
 
     Overlay lone(clearFill());
     EXPECT_EQ(lone.merge(), ilBadInputCount);
-    EXPECT_EQ(FaultLatch, 0u);
 }
 
-TEST(SmartCanvasPages, PlainSeedsAreReadAtConstruction) {
-    ResetFaultLatchForTest();
+TEST_F(SmartCanvasPages, PlainSeedsAreReadAtConstruction) {
     std::vector<std::uint32_t> words(200 * 150);
     for (size_t i = 0; i < words.size(); ++i)
-        words[i] = contentWord(10, static_cast<int>(i));
+        words[i] = patternWord(10, static_cast<int>(i));
     ilMemoryImg seed(words.data(), static_cast<int64_t>(words.size() * 4), ilSize(200, 150, 1, 4),
                      ilUChar, ilInterleaved);
     Overlay child(&seed);
     EXPECT_EQ(child.getBounds(), ilTile(0, 0, 0, 200, 150, 1));
     words[0] = 0xdeadbeefu;  // later changes of the seed do not show
-    EXPECT_EQ(child.GetPixel(0, 0), contentWord(10, 0));
-    EXPECT_EQ(child.GetPixel(199, 149), contentWord(10, 200 * 150 - 1));
+    EXPECT_EQ(child.GetPixel(0, 0), patternWord(10, 0));
+    EXPECT_EQ(child.GetPixel(199, 149), patternWord(10, 200 * 150 - 1));
     EXPECT_EQ(child.GetSmartImage().FindPage(0, 0, 0)->GetState(), ValidInMem);
 
     // A merge into a plain seed copies the written pages back, saying so.
@@ -234,7 +209,7 @@ TEST(SmartCanvasPages, PlainSeedsAreReadAtConstruction) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "SID: ERROR: Mergeing with non-smart seed 0, 0, (Memory)\n");
     EXPECT_EQ(words[201], 0x12345678u);
-    EXPECT_EQ(words[0], contentWord(10, 0));
+    EXPECT_EQ(words[0], patternWord(10, 0));
 
     // A seed of bits cannot be held in pages.
     ilMemoryImg bits(ilSize(64, 64, 1, 1), ilBit, ilInterleaved);
@@ -245,8 +220,7 @@ TEST(SmartCanvasPages, PlainSeedsAreReadAtConstruction) {
     EXPECT_EQ(refused.GetSeed(), nullptr);
 }
 
-TEST(SmartCanvasPages, ChildOutlivesItsSeed) {
-    ResetFaultLatchForTest();
+TEST_F(SmartCanvasPages, ChildOutlivesItsSeed) {
     auto* grand = new ilSmartImage(clearFill());
     paint(*grand, 0, 0, 256, 256, 11);
     auto* seed = new ilSmartImage(grand);
@@ -255,16 +229,14 @@ TEST(SmartCanvasPages, ChildOutlivesItsSeed) {
     EXPECT_EQ(child.GetSmartImage().CountPages(), 0);
     delete seed;
     EXPECT_EQ(child.GetSeed(), grand) << "the grandparent becomes the seed";
-    EXPECT_EQ(child.GetPixel(130, 0), contentWord(12, 2));
-    EXPECT_EQ(child.GetPixel(0, 200), contentWord(11, 200 * 256));
+    EXPECT_EQ(child.GetPixel(130, 0), patternWord(12, 2));
+    EXPECT_EQ(child.GetPixel(0, 200), patternWord(11, 200 * 256));
     delete grand;
     EXPECT_EQ(child.GetSeed(), nullptr);
-    EXPECT_EQ(child.GetPixel(0, 200), contentWord(11, 200 * 256));
-    EXPECT_EQ(FaultLatch, 0u);
+    EXPECT_EQ(child.GetPixel(0, 200), patternWord(11, 200 * 256));
 }
 
-TEST(SmartCanvasPages, AlignedCopiesShareAndFillsMakeSolids) {
-    ResetFaultLatchForTest();
+TEST_F(SmartCanvasPages, AlignedCopiesShareAndFillsMakeSolids) {
     ilSmartImage source(clearFill());
     paint(source, 128, 0, 512, 256, 13);
     struct {
@@ -286,32 +258,18 @@ TEST(SmartCanvasPages, AlignedCopiesShareAndFillsMakeSolids) {
 
     // A big fill: covered pages become solids without memory, the margins go through memory.
     ilSmartImage canvas(clearFill());
-    const std::int64_t before = bytesInMemory();
+    const std::int64_t before = cache()->GetBytesInMemory();
     const unsigned char blue[4] = {0, 0, 255, 255};
     canvas.fillTile3D(0, 0, 0, 1000, 1000, 1, blue);
     int solid = 0;
     EXPECT_EQ(canvas.GetNumPages(solid), 64);
     EXPECT_EQ(solid, 49);
-    EXPECT_EQ(bytesInMemory() - before, 15 * 65536);
+    EXPECT_EQ(cache()->GetBytesInMemory() - before, 15 * 65536);
     EXPECT_EQ(canvas.GetPixel(999, 999), 0xffff0000u);
     EXPECT_EQ(canvas.GetSmartImage().FindPage(500, 500, 0)->GetData(), nullptr);
-
-    // Whole-page writes of some channels keep the others, whatever the page was before.
-    const unsigned char alphaOnly = 77;
-    int alpha[] = {3};
-    ilConfig cfg(ilUChar, ilInterleaved, 1, alpha);
-    std::vector<unsigned char> plane(128 * 128, alphaOnly);
-    ilSmartImage snapshot(&canvas);
-    snapshot.ReferenceSeedPages(nullptr);
-    for (ilSmartImage* image : {&canvas, &snapshot}) {
-        image->setTile(128, 128, 128, 128, plane.data(), &cfg);
-        EXPECT_EQ(image->GetPixel(130, 130), 0x4dff0000u);
-    }
-    EXPECT_EQ(FaultLatch, 0u);
 }
 
-TEST(SmartCanvasPages, LocksForcedBoundsAndFiles) {
-    ResetFaultLatchForTest();
+TEST_F(SmartCanvasPages, LocksForcedBoundsAndFiles) {
     ilSmartImage canvas(clearFill());
     EXPECT_EQ(canvas.GetImageFileSize(), 80);
     EXPECT_EQ(canvas.SaveImageToFile(), -1);
@@ -321,11 +279,8 @@ TEST(SmartCanvasPages, LocksForcedBoundsAndFiles) {
     ilLockRequest read;
     read.init(130, 10, 0, 0);
     ASSERT_EQ(canvas.lockPageSet(&read, ilLockRead, 1), ilOK);
-    ASSERT_NE(read.page, nullptr);
-    EXPECT_EQ(read.page->x, 128);
-    const auto* words = static_cast<const std::uint32_t*>(read.page->getData());
-    ASSERT_NE(words, nullptr);
-    EXPECT_EQ(words[128 * 128 - 1], 0x09090909u);
+    ASSERT_TRUE(read.page && read.page->x == 128 && read.page->getData());
+    EXPECT_EQ(static_cast<const std::uint32_t*>(read.page->getData())[16383], 0x09090909u);
     canvas.unlockPageSet(&read, 1);
     EXPECT_EQ(read.page, nullptr);
     SmartImgPage* page = canvas.GetSmartImage().FindPage(130, 10, 0);
@@ -363,11 +318,9 @@ TEST(SmartCanvasPages, LocksForcedBoundsAndFiles) {
     EXPECT_EQ(canvas.fillTile3D(10, 10, 0, 4, -1, 1, &px), ilOK);
     EXPECT_EQ(canvas.getTile(10, 10, 0, 0, &px), ilOK);
     EXPECT_EQ(canvas.getBounds(), bounds);
-    EXPECT_EQ(FaultLatch, 0u);
 }
 
-TEST(SmartCanvasPages, ContentQueriesAndAlphaRepairs) {
-    ResetFaultLatchForTest();
+TEST_F(SmartCanvasPages, ContentQueriesAndAlphaRepairs) {
     ilSmartImage canvas(clearFill());
     const unsigned char red[4] = {255, 0, 0, 255};
     canvas.fillTile3D(0, 0, 0, 256, 128, 1, red);
@@ -417,7 +370,6 @@ TEST(SmartCanvasPages, ContentQueriesAndAlphaRepairs) {
     paint(small, 5, 5, 10, 10, 15);
     small.ExpandBounds(10);
     EXPECT_EQ(small.getBounds(), ilTile(-128, -128, 0, 256, 256, 1));
-    EXPECT_EQ(FaultLatch, 0u);
 }
 
 }  // namespace

@@ -3,18 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "SmartTestSupport.h"
 #include "pigment/base/vlOSFile.h"
-#include "pigment/smart/FaultLatch.h"
-#include "pigment/smart/SmartImageCache.h"
-#include "pigment/smart/ilSmartImage.h"
 
 namespace {
+
+class SmartCanvasSwap : public LatchClear {};
 
 #ifdef __SANITIZE_ADDRESS__
 constexpr int kFullCanvas = 8192;
@@ -33,30 +31,19 @@ int canvasEdgeFor(const std::string& dir) {
     return edge;
 }
 
-// The word at (x, y): differs from its neighbours and from every other page's.
-inline std::uint32_t wordAt(int x, int y) {
-    std::uint32_t h = static_cast<std::uint32_t>(x) * 0x9e3779b1u + static_cast<std::uint32_t>(y);
-    return h ^ (static_cast<std::uint32_t>(y) * 0x85ebca77u) ^ (h >> 13);
-}
-
 void makeTile(std::vector<std::uint32_t>& buffer, int tx, int ty) {
     for (int y = 0; y < kTile; ++y) {
         std::uint32_t* row = buffer.data() + static_cast<size_t>(y) * kTile;
         for (int x = 0; x < kTile; ++x)
-            row[x] = wordAt(tx + x, ty + y);
+            row[x] = patternWord(tx + x, ty + y);
     }
 }
 
-TEST(SmartCanvasSwap, CanvasFarLargerThanTheBudgetReadsBackExact) {
-    ResetFaultLatchForTest();
-    TempDir dir;
-    ASSERT_FALSE(dir.path.empty());
-    setenv("SID_TEMP_DIR", dir.path.c_str(), 1);
-    closeSwapFiles();
+TEST_F(SmartCanvasSwap, CanvasFarLargerThanTheBudgetReadsBackExact) {
+    SwapScope swap;
     SmartImageCache* cache = SmartImageCache::GetInstance();
-    cache->SetBudget(0);  // the 16 MiB floor
     ASSERT_EQ(cache->GetBudget(), 16 << 20);
-    const int kCanvas = canvasEdgeFor(dir.path);
+    const int kCanvas = canvasEdgeFor(swap.dir.path);
     if (kCanvas < kFullCanvas)
         std::printf("disk space is short: paging a %d x %d canvas instead of %d x %d\n", kCanvas,
                     kCanvas, kFullCanvas, kFullCanvas);
@@ -75,7 +62,7 @@ TEST(SmartCanvasSwap, CanvasFarLargerThanTheBudgetReadsBackExact) {
     // One tile's pages may be resident beyond the budget while the tile is written.
     EXPECT_LE(peak, cache->GetBudget() + 2 * (kTile / 128) * (kTile / 128) * 65536);
     EXPECT_GT(cache->GetSwappedCount(), 0);
-    EXPECT_FALSE(dir.files().empty());
+    EXPECT_FALSE(swap.dir.files().empty());
 
     // Read back in the opposite order, so that every page comes in from disk.
     std::vector<std::uint32_t> expect(tile.size());
@@ -88,12 +75,10 @@ TEST(SmartCanvasSwap, CanvasFarLargerThanTheBudgetReadsBackExact) {
         }
     EXPECT_EQ(wrong, 0);
     EXPECT_GT(cache->GetMisses(), 0);
-    EXPECT_EQ(FaultLatch, 0u);
 
     canvas.reset();
-    EXPECT_TRUE(dir.files().empty()) << "the last smart image takes the swap files with it";
+    EXPECT_TRUE(swap.dir.files().empty()) << "the last smart image takes the swap files with it";
     EXPECT_EQ(cache->GetImageCount(), 0);
-    unsetenv("SID_TEMP_DIR");
 }
 
 }  // namespace

@@ -1,20 +1,18 @@
-// Helpers of the smart page tests; the memory probes are set before any test creates the cache.
+// Helpers of the smart tests; the memory probes are set before any test creates the cache.
 #include "SmartTestSupport.h"
 
-#include <dirent.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cstdlib>
-#include <cstring>
+#include <vector>
 
 #include "pigment/frame/PigmentCallbacks.h"
+#include "pigment/smart/FaultLatch.h"
 #include "pigment/smart/SmartImageCache.h"
 
 namespace {
+// Reported physical memory: 16 MiB total and 1 MiB available, so the ceiling and floor meet.
 const bool probesSet = [] {
-    PigmentCB()->totalPhysicalMemory = [] { return kTestTotalKB; };
-    PigmentCB()->availPhysicalMemory = [] { return kTestAvailKB; };
+    PigmentCB()->totalPhysicalMemory = [] { return 16 * 1024; };
+    PigmentCB()->availPhysicalMemory = [] { return 1024; };
     return true;
 }();
 }  // namespace
@@ -23,60 +21,52 @@ void writeContent(SmartImgPage& page, int n, int v) {
     (void)probesSet;
     if (page.IsNull()) page.MakeFilled(0, 4);
     page.Realize(2);
-    unsigned char* data = page.GetData();
-    if (!data) return;
-    if (page.GetPixelSize() == 4) {
-        auto* w = reinterpret_cast<std::uint32_t*>(data);
-        for (int i = 0; i < kPagePixels; ++i)
-            w[i] = contentWord(n, i, v);
-    } else {
-        for (int i = 0; i < kPagePixels; ++i)
-            data[i] = static_cast<unsigned char>(contentWord(n, i, v));
-    }
+    for (int i = 0; i < kPagePixels; ++i)
+        page.SetPixel(patternWord(n, i, v), i & 127, i >> 7);
 }
 
 bool hasContent(SmartImgPage& page, int n, int v) {
     page.Realize(0);
-    const unsigned char* data = page.GetData();
-    if (!data) return false;
-    if (page.GetPixelSize() == 4) {
-        const auto* w = reinterpret_cast<const std::uint32_t*>(data);
-        for (int i = 0; i < kPagePixels; ++i)
-            if (w[i] != contentWord(n, i, v)) return false;
-    } else {
-        for (int i = 0; i < kPagePixels; ++i)
-            if (data[i] != static_cast<unsigned char>(contentWord(n, i, v))) return false;
-    }
+    const unsigned mask = page.GetPixelSize() == 4 ? 0xffffffffu : 0xffu;
+    for (int i = 0; i < kPagePixels; ++i)
+        if (page.GetPixel(i & 127, i >> 7) != (patternWord(n, i, v) & mask)) return false;
+    return page.IsInMemory();
+}
+
+void paint(ilImage& image, int x, int y, int w, int h, int salt) {
+    std::vector<std::uint32_t> px(static_cast<size_t>(w) * h);
+    for (size_t i = 0; i < px.size(); ++i)
+        px[i] = patternWord(salt, static_cast<int>(i));
+    image.setTile(x, y, w, h, px.data());
+}
+
+bool painted(ilImage& image, int x, int y, int w, int h, int salt) {
+    std::vector<std::uint32_t> px(static_cast<size_t>(w) * h);
+    image.getTile(x, y, w, h, px.data());
+    for (size_t i = 0; i < px.size(); ++i)
+        if (px[i] != patternWord(salt, static_cast<int>(i))) return false;
     return true;
 }
 
-TempDir::TempDir() {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base && *base ? base : "/tmp") + "/smartswapXXXXXX";
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back('\0');
-    if (mkdtemp(buffer.data())) path = buffer.data();
-}
-
-TempDir::~TempDir() {
-    for (const std::string& f : files())
-        unlink((path + "/" + f).c_str());
-    rmdir(path.c_str());
-}
-
-std::vector<std::string> TempDir::files() const {
-    std::vector<std::string> names;
-    if (DIR* dir = opendir(path.c_str())) {
-        while (dirent* entry = readdir(dir))
-            if (std::strcmp(entry->d_name, ".") && std::strcmp(entry->d_name, ".."))
-                names.push_back(entry->d_name);
-        closedir(dir);
-    }
-    return names;
+ilPixel clearFill() {
+    const unsigned char clear[4] = {0, 0, 0, 0};
+    return ilPixel(ilUChar, 4, clear);
 }
 
 void closeSwapFiles() {
     SmartImageCache* cache = SmartImageCache::GetInstance();
     cache->ImageCreated();
     cache->ImageDestroyed();
+}
+
+SwapScope::SwapScope() {
+    ResetFaultLatchForTest();
+    setenv("SID_TEMP_DIR", dir.path.c_str(), 1);
+    closeSwapFiles();
+    SmartImageCache::GetInstance()->SetBudget(0);  // clamps to the floor
+}
+
+SwapScope::~SwapScope() {
+    closeSwapFiles();
+    unsetenv("SID_TEMP_DIR");
 }

@@ -1,39 +1,43 @@
-// Shared helpers of the smart page tests: a small machine for the cache (ceiling 16 MiB), a swap
-// directory per test, page content that differs by page and offset, and a plain seed image.
+// Shared helpers of the smart tests: a small machine for the cache (16 MiB, so the budget sits at
+// its floor), page and canvas content from the shared pattern, and a private swap directory.
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
+#include <gtest/gtest.h>
 
-#include "pigment/smart/SmartImgPage.h"
+#include "pigment/smart/FaultLatch.h"
+#include "pigment/smart/SmartImageCache.h"
+#include "pigment/smart/ilSmartImage.h"
+#include "support/Pattern.h"
+#include "support/TempDir.h"
 
-// Reported physical memory: 16 MiB total, 1 MiB available, so the ceiling and floor meet.
-constexpr int kTestTotalKB = 16 * 1024;
-constexpr int kTestAvailKB = 1024;
-
-// Content of pixel i of page n in version v.
-inline std::uint32_t contentWord(int n, int i, int v = 0) {
-    std::uint32_t h = static_cast<std::uint32_t>(n) * 0x9e3779b1u ^
-                      static_cast<std::uint32_t>(i) * 0x85ebca77u ^
-                      static_cast<std::uint32_t>(v) * 0xc2b2ae3du;
-    h ^= h >> 15;
-    h *= 0x2c1b3c6du;
-    h ^= h >> 12;
-    return h;
-}
-
-// Writes (Realize 2) and checks the whole content of a page; a null handle becomes a big page.
+// Writes (Realize 2) or checks pattern n, version v over a whole page; a null handle becomes a big
+// page.
 void writeContent(SmartImgPage& page, int n, int v = 0);
 bool hasContent(SmartImgPage& page, int n, int v = 0);
 
-// A fresh directory under the system's temporary directory, removed with its files by clean().
-struct TempDir {
-    std::string path;
-    TempDir();
-    ~TempDir();
-    std::vector<std::string> files() const;
+// Four-channel content: pixel i of the w x h tile at (x, y) is patternWord(salt, i).
+void paint(ilImage& image, int x, int y, int w, int h, int salt);
+bool painted(ilImage& image, int x, int y, int w, int h, int salt);
+ilPixel clearFill();
+
+inline SmartImageCache* cache() {
+    return SmartImageCache::GetInstance();
+}
+
+// A test that starts with the fault latch clear and fails when a consistency test tripped it.
+class LatchClear : public testing::Test {
+  protected:
+    void SetUp() override { ResetFaultLatchForTest(); }
+    void TearDown() override { EXPECT_EQ(FaultLatch, 0u) << "a consistency test tripped"; }
 };
 
-// Brings the cache back to a quiet state between tests: no image, swap files closed.
+// Closes the swap files as the last image going would: the cache is quiet between tests.
 void closeSwapFiles();
+
+// Swap files go to a fresh directory, the fault latch is clear and the budget at its 16 MiB floor;
+// at the end the swap files are closed.
+struct SwapScope {
+    TempDir dir;
+    SwapScope();
+    ~SwapScope();
+};
