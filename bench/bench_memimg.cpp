@@ -150,6 +150,18 @@ BENCHMARK(BM_Memcpy)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MemcpyTiles128)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ReadWhole)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ReadTiles128)->Unit(benchmark::kMillisecond);
+
+// The way a painter reads: every tile into the same buffer, which stays in the cache.
+void BM_ReadTiles128OneBuffer(benchmark::State& state) {
+    ilMemoryImg& img = image();
+    auto* tile = static_cast<uint8_t*>(destination());
+    measure(state, kBytes, [&] {
+        for (int ty = 0; ty < kSide; ty += kTile)
+            for (int tx = 0; tx < kSide; tx += kTile)
+                img.getTile3D(tx, ty, 0, kTile, kTile, 1, tile);
+    });
+}
+BENCHMARK(BM_ReadTiles128OneBuffer)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ReadUCharToFloat)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ReadInterleavedToSeparate)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ReadMirrored)->Unit(benchmark::kMillisecond);

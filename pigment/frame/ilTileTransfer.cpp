@@ -296,8 +296,18 @@ bool ilTileTransfer::fastPath() {
         case Row: {
             ++paths.rowCopies;
             const int64_t n = bytes(runLength);
+            // The rows of one plane run on local positions: the copy call may touch memory, so
+            // positions kept in the object would be stored and reloaded around every row.
             do {
-                std::memmove(dp + bytes(destPos), sp + bytes(sourcePos), n);
+                int64_t dpos = destPos, spos = sourcePos;
+                for (int row = yCount; row < rny; ++row) {
+                    std::memmove(dp + bytes(dpos), sp + bytes(spos), n);
+                    dpos += destRowStep;
+                    spos += sourceRowStep;
+                }
+                yCount = rny - 1;
+                destPos = dpos - destRowStep;
+                sourcePos = spos - sourceRowStep;
             } while (nextRun());
             break;
         }
