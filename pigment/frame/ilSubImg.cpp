@@ -225,44 +225,36 @@ void ilSubImg::fillBuffer(void* data, const ilTile& box, const ilConfig* cfg) {
     ilTransfer(dest, source);
 }
 
-ilStatus ilSubImg::getSubTile3D(int x, int y, int z, int nx, int ny, int nz, void* data, int bx,
-                                int by, int bz, int bnx, int bny, int bnz, ilConfig* cfg) {
+ilStatus ilSubImg::forward(ilTile tile, void* data, ilTile box, ilConfig* cfg, bool write) {
     ilStatus s = resetCheck();
     if (s != ilOK) return s;
     ilImage* input = getInput(0);
     if (!input) return ilBadInput;
     int flag;
     ilConfig* composed = composeConfig(cfg, flag);
-    ilTile tile(x, y, z, nx, ny, nz), box(bx, by, bz, bnx, bny, bnz);
     ilSize own = size;
     ilSpaceMapSize(coordSpace, cfg && cfg->coordSpace ? cfg->coordSpace : coordSpace, own);
-    // What lies outside the window reads as its fill, even where the input has pixels.
-    if (clipToSize(tile, own)) fillBuffer(data, box, cfg);
+    // Writes stop at the window's edge; what lies outside it reads as its fill, even where the
+    // input has pixels.
+    if (clipToSize(tile, own) && !write) fillBuffer(data, box, cfg);
     toInput(input, tile, box, cfg, composed->coordSpace);
-    s = input->getSubTile3D(tile.x, tile.y, tile.z, tile.nx, tile.ny, tile.nz, data, box.x, box.y,
-                            box.z, box.nx, box.ny, box.nz, composed);
+    s = write ? input->setSubTile3D(tile.x, tile.y, tile.z, tile.nx, tile.ny, tile.nz, data, box.x,
+                                    box.y, box.z, box.nx, box.ny, box.nz, composed)
+              : input->getSubTile3D(tile.x, tile.y, tile.z, tile.nx, tile.ny, tile.nz, data, box.x,
+                                    box.y, box.z, box.nx, box.ny, box.nz, composed);
     freeConfig(composed, flag);
     return s;
 }
 
+ilStatus ilSubImg::getSubTile3D(int x, int y, int z, int nx, int ny, int nz, void* data, int bx,
+                                int by, int bz, int bnx, int bny, int bnz, ilConfig* cfg) {
+    return forward(ilTile(x, y, z, nx, ny, nz), data, ilTile(bx, by, bz, bnx, bny, bnz), cfg,
+                   false);
+}
+
 ilStatus ilSubImg::setSubTile3D(int x, int y, int z, int nx, int ny, int nz, void* data, int bx,
                                 int by, int bz, int bnx, int bny, int bnz, ilConfig* cfg) {
-    ilStatus s = resetCheck();
-    if (s != ilOK) return s;
-    ilImage* input = getInput(0);
-    if (!input) return ilBadInput;
-    int flag;
-    ilConfig* composed = composeConfig(cfg, flag);
-    ilTile tile(x, y, z, nx, ny, nz), box(bx, by, bz, bnx, bny, bnz);
-    ilSize own = size;
-    ilSpaceMapSize(coordSpace, cfg && cfg->coordSpace ? cfg->coordSpace : coordSpace, own);
-    // Writes stop at the window's edge.
-    clipToSize(tile, own);
-    toInput(input, tile, box, cfg, composed->coordSpace);
-    s = input->setSubTile3D(tile.x, tile.y, tile.z, tile.nx, tile.ny, tile.nz, data, box.x, box.y,
-                            box.z, box.nx, box.ny, box.nz, composed);
-    freeConfig(composed, flag);
-    return s;
+    return forward(ilTile(x, y, z, nx, ny, nz), data, ilTile(bx, by, bz, bnx, bny, bnz), cfg, true);
 }
 
 ilStatus ilSubImg::copyTileCfg(int x, int y, int z, int nx, int ny, int nz, ilImage* other, int ox,

@@ -50,6 +50,8 @@ class ilSubImg : public ilImage {
     // The config for talking to the input: the caller's (or the window's own) with the window's
     // channel map applied. flag tells freeConfig what it owns: 1 the record, -1 record and list.
     ilConfig* composeConfig(ilConfig* cfg, int& flag);
+    // The shared road of reads and writes: clip to the window, move into the input, forward.
+    ilStatus forward(ilTile tile, void* data, ilTile box, ilConfig* cfg, bool write);
     void freeConfig(ilConfig* cfg, int flag);
 
     int startX = 0, startY = 0, startZ = 0, startC = 0;
