@@ -42,11 +42,12 @@ void ilConstImg::reset() {
 
 bool ilConstImg::fastFill(const ilTile& tile, void* data, const ilTile& box, const ilPixel& pixel) {
     const int nc = pixel.nc();
-    // The tile relative to the buffer, inside it; a tile in another plane than the buffer's one
-    // touches nothing, as on the general path.
-    ilTile r(tile.x - box.x, tile.y - box.y, tile.z - box.z, tile.nx, tile.ny, tile.nz);
-    r = ilTile(r, ilTile(0, 0, 0, box.nx, box.ny, 1));
+    // The tile inside the buffer, then relative to it; a tile in another plane than the buffer's
+    // one touches nothing, as on the general path.
+    ilTile r(tile, ilTile(box.x, box.y, box.z, box.nx, box.ny, 1));
     if (r.empty()) return true;
+    r.x -= box.x;
+    r.y -= box.y;
     auto* base = static_cast<unsigned char*>(data);
     const long rowBytes = static_cast<long>(box.nx) * nc;
     if (nc == 4) {
@@ -74,7 +75,8 @@ ilStatus ilConstImg::getSubTile3D(int x, int y, int z, int nx, int ny, int nz, v
 
 ilStatus ilConstImg::getSubTile3Dv2(const ilTile& tile, void* data, const ilTile& box,
                                     ilConfig* cfg) {
-    ilStatus s = resetCheck();
+    ilStatus s = checkTileBuffer(data, tile);
+    if (s == ilOK) s = resetCheck();
     if (s != ilOK) return s;
     if (!data) return ilOK;
     const int nc = cfg && cfg->nChans ? cfg->nChans : size.c;
@@ -103,9 +105,10 @@ ilStatus ilConstImg::getSubTile3Dv2(const ilTile& tile, void* data, const ilTile
     return ilOK;
 }
 
-ilStatus ilConstImg::setSubTile3D(int, int, int, int, int, int, void*, int, int, int, int, int, int,
-                                  ilConfig*) {
-    return ilUnsupported;
+ilStatus ilConstImg::setSubTile3D(int x, int y, int z, int nx, int ny, int nz, void* data, int, int,
+                                  int, int, int, int, ilConfig*) {
+    const ilStatus s = checkTileBuffer(data, ilTile(x, y, z, nx, ny, nz));
+    return s != ilOK ? s : ilUnsupported;
 }
 
 ilStatus ilConstImg::copyTileCfg(int, int, int, int nx, int ny, int nz, ilImage* other, int ox,

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 // x, y, z extents and channel count. The default constructor initialises nothing.
 struct ilSize {
@@ -23,16 +24,24 @@ struct ilSize {
 
 // The shared rules of integer and float boxes. Two-dimensional operations (clipPositive, cropTo,
 // intersects) leave z alone; the two-tile constructor of the derived types is three-dimensional.
+// Integer ends are computed in 64 bits, so a tile that starts near the integer limit is compared
+// and cut correctly instead of wrapping round; results are brought back into range.
 template <typename T>
 struct ilTileBox {
+    using Wide = std::conditional_t<std::is_integral_v<T>, int64_t, T>;
+
     T x, y, z, nx, ny, nz;
 
     T minX() const { return x; }
     T minY() const { return y; }
-    T maxX() const { return x + nx; }
-    T maxY() const { return y + ny; }
+    T maxX() const { return narrow(endX()); }
+    T maxY() const { return narrow(endY()); }
     T width() const { return nx; }
     T height() const { return ny; }
+    // The exclusive ends, exact for any start and extent.
+    Wide endX() const { return Wide(x) + nx; }
+    Wide endY() const { return Wide(y) + ny; }
+    Wide endZ() const { return Wide(z) + nz; }
 
     bool empty() const { return nx < 1 || ny < 1 || nz < 1; }
 
@@ -44,16 +53,17 @@ struct ilTileBox {
     // True when other lies within this box on all three axes; an empty other is judged by its
     // coordinates alone.
     bool contains(const ilTileBox& o) const {
-        return o.x >= x && o.y >= y && o.z >= z && o.x + o.nx <= x + nx && o.y + o.ny <= y + ny &&
-               o.z + o.nz <= z + nz;
+        return o.x >= x && o.y >= y && o.z >= z && o.endX() <= endX() && o.endY() <= endY() &&
+               o.endZ() <= endZ();
     }
 
     // As contains, except that other may reach past this box's end on an axis whose limit is not
     // past that end; other's start must still be inside.
     bool contains(const ilTileBox& o, T limitX, T limitY, T limitZ) const {
         auto axis = [](T start, T size, T oStart, T oSize, T limit) {
-            if (oStart < start || oStart > start + size) return false;
-            return oStart + oSize <= start + size || limit <= start + size;
+            const Wide end = Wide(start) + size;
+            if (oStart < start || oStart > end) return false;
+            return Wide(oStart) + oSize <= end || limit <= end;
         };
         return axis(x, nx, o.x, o.nx, limitX) && axis(y, ny, o.y, o.ny, limitY) &&
                axis(z, nz, o.z, o.nz, limitZ);
@@ -62,53 +72,60 @@ struct ilTileBox {
     // Moves a negative x or y origin to 0, shrinking the extent by as much but not below 0.
     void clipPositive() {
         if (x < 0) {
-            nx = nx + x < 0 ? 0 : nx + x;
+            nx = narrow(Wide(nx) + x < 0 ? 0 : Wide(nx) + x);
             x = 0;
         }
         if (y < 0) {
-            ny = ny + y < 0 ? 0 : ny + y;
+            ny = narrow(Wide(ny) + y < 0 ? 0 : Wide(ny) + y);
             y = 0;
         }
     }
 
     // Shrinks this tile to other in x and y; extents may go negative.
     void cropTo(const ilTileBox& o) {
-        T ex = x + nx, ey = y + ny;
-        T oex = o.x + o.nx, oey = o.y + o.ny;
+        const Wide ex = endX(), ey = endY();
         if (x < o.x) x = o.x;
         if (y < o.y) y = o.y;
-        nx = (ex < oex ? ex : oex) - x;
-        ny = (ey < oey ? ey : oey) - y;
+        nx = narrow((ex < o.endX() ? ex : o.endX()) - x);
+        ny = narrow((ey < o.endY() ? ey : o.endY()) - y);
     }
 
     // Two-dimensional overlap test in which touching tiles intersect; result receives the overlap
     // in x and y (its z and nz are left alone).
     bool intersects(const ilTileBox& o, ilTileBox* result = nullptr) const {
-        if (o.x > x + nx || o.x + o.nx < x || o.y > y + ny || o.y + o.ny < y) return false;
+        if (o.x > endX() || o.endX() < x || o.y > endY() || o.endY() < y) return false;
         if (result) {
             T rx = x > o.x ? x : o.x;
             T ry = y > o.y ? y : o.y;
-            T ex = x + nx < o.x + o.nx ? x + nx : o.x + o.nx;
-            T ey = y + ny < o.y + o.ny ? y + ny : o.y + o.ny;
+            Wide ex = endX() < o.endX() ? endX() : o.endX();
+            Wide ey = endY() < o.endY() ? endY() : o.endY();
             result->x = rx;
             result->y = ry;
-            result->nx = ex - rx;
-            result->ny = ey - ry;
+            result->nx = narrow(ex - rx);
+            result->ny = narrow(ey - ry);
         }
         return true;
     }
 
   protected:
+    // A wide value brought into the range of T, saturating.
+    static T narrow(Wide v) {
+        if constexpr (std::is_integral_v<T>) {
+            if (v > Wide(INT32_MAX)) return INT32_MAX;
+            if (v < Wide(INT32_MIN)) return INT32_MIN;
+        }
+        return T(v);
+    }
     void setIntersection(const ilTileBox& a, const ilTileBox& b) {
         x = a.x > b.x ? a.x : b.x;
         y = a.y > b.y ? a.y : b.y;
         z = a.z > b.z ? a.z : b.z;
-        T ex = a.x + a.nx < b.x + b.nx ? a.x + a.nx : b.x + b.nx;
-        T ey = a.y + a.ny < b.y + b.ny ? a.y + a.ny : b.y + b.ny;
-        T ez = a.z + a.nz < b.z + b.nz ? a.z + a.nz : b.z + b.nz;
-        nx = ex - x;
-        ny = ey - y;
-        nz = ez - z;
+        const Wide ex = a.endX() < b.endX() ? a.endX() : b.endX();
+        const Wide ey = a.endY() < b.endY() ? a.endY() : b.endY();
+        const Wide ez = a.endZ() < b.endZ() ? a.endZ() : b.endZ();
+        nx = narrow(ex - x);
+        ny = narrow(ey - y);
+        nz = narrow(ez - z);
     }
     // Per axis: an empty extent on one side takes the other side's axis whole.
     void setUnion(const ilTileBox& a, const ilTileBox& b) {
@@ -121,8 +138,8 @@ struct ilTileBox {
                 n = an;
             } else {
                 s = as < bs ? as : bs;
-                T e = as + an > bs + bn ? as + an : bs + bn;
-                n = e - s;
+                const Wide e = Wide(as) + an > Wide(bs) + bn ? Wide(as) + an : Wide(bs) + bn;
+                n = narrow(e - s);
             }
         };
         axis(a.x, a.nx, b.x, b.nx, x, nx);

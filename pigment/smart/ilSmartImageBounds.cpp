@@ -7,10 +7,6 @@
 
 namespace {
 
-int floor128(int v) {
-    return v & ~(kPageEdge - 1);
-}
-
 bool insideXY(const ilTile& outer, const ilTile& t) {
     return t.x >= outer.x && t.y >= outer.y && t.x + t.nx <= outer.x + outer.nx &&
            t.y + t.ny <= outer.y + outer.ny;
@@ -93,9 +89,15 @@ void ilSmartImage::AddToBounds_(const ilTile& tile) {
 
 void ilSmartImage::ExpandBounds(int margin) {
     const ilTile& b = realBounds;
-    const int left = floor128(b.x - margin), top = floor128(b.y - margin);
-    const int right = floor128(b.x + b.nx + margin + 127);
-    const int bottom = floor128(b.y + b.ny + margin + 127);
+    // In 64 bits and held to the coordinate limit, so that any margin gives a tile the table can
+    // take; a negative margin larger than the bounds leaves them empty.
+    auto edge = [](std::int64_t v) {
+        v = std::clamp<std::int64_t>(v, -kSmartMaxCoord, kSmartMaxCoord);
+        return static_cast<int>(v) & ~(kPageEdge - 1);
+    };
+    const int left = edge(std::int64_t(b.x) - margin), top = edge(std::int64_t(b.y) - margin);
+    const int right = std::max(edge(b.endX() + margin + 127), left);
+    const int bottom = std::max(edge(b.endY() + margin + 127), top);
     SetBounds_(ilTile(left, top, 0, right - left, bottom - top, 1), 1);
     publishedBounds = realBounds;
 }

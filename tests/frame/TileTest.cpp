@@ -2,6 +2,7 @@
 // the integer and the float box alike.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -181,6 +182,26 @@ TEST(TileCombine, IntersectionKeepsNegativeExtentsAndUnionSkipsEmptyAxes) {
     const ilTile full(3, 4, 1, 5, 6, 2), none(0, 0, 0, 0, 0, 0);
     EXPECT_EQ(ilTileUnion(full, none), full);
     EXPECT_EQ(ilTileUnion(none, full), full);
+}
+
+// Ends past the integer limit are compared as they are, not wrapped round to the other end.
+TEST(TileCombine, TilesNearTheIntegerLimits) {
+    const ilTile nearMax(INT_MAX - 4, 0, 0, 16, 1, 1), image(0, 0, 0, 64, 64, 1);
+    EXPECT_TRUE(ilTile(nearMax, image).empty());
+    EXPECT_FALSE(image.contains(nearMax));
+    EXPECT_FALSE(nearMax.intersects(image));
+    EXPECT_TRUE(ilTile(nearMax, ilTile(INT_MAX - 8, 0, 0, 8, 1, 1)) ==
+                ilTile(INT_MAX - 4, 0, 0, 4, 1, 1));
+    const ilTile whole(INT_MIN, INT_MIN, 0, INT_MAX, INT_MAX, 1);
+    EXPECT_TRUE(whole.contains(ilTile(-5, -5, 0, 1, 1, 1)));
+    EXPECT_FALSE(whole.contains(ilTile(5, 5, 0, 1, 1, 1))) << "whole ends at -1";
+    // A union too wide for an int saturates rather than going negative.
+    const ilTile joined = ilTileUnion(ilTile(INT_MIN, 0, 0, 10, 1, 1), nearMax);
+    EXPECT_EQ(joined.x, INT_MIN);
+    EXPECT_EQ(joined.nx, INT_MAX);
+    ilTile cropped = nearMax;
+    cropped.cropTo(ilTile(INT_MIN, 0, 0, INT_MAX, 1, 1));
+    EXPECT_LT(cropped.nx, 0);
 }
 
 }  // namespace
