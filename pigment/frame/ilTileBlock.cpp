@@ -85,8 +85,8 @@ void ilTileBlock::computeStrides() {
             // An unknown layout keeps all strides 0; the transfer moves nothing through it.
             break;
     }
-    xStride = static_cast<int>(flipX ? -xs : xs);
-    yStride = static_cast<int>(flipY ? -ys : ys);
-    zStride = static_cast<int>(zs);
-    chanStride = static_cast<int>(cs);
+    xStride = flipX ? -xs : xs;
+    yStride = flipY ? -ys : ys;
+    zStride = zs;
+    chanStride = cs;
 }

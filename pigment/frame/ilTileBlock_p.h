@@ -2,6 +2,8 @@
 // everywhere, with the layout, channel selection, mirrors and clip regions the transfer honours.
 #pragma once
 
+#include <cstdint>
+
 #include "pigment/frame/ilPixel.h"
 #include "pigment/frame/ilTile.h"
 #include "pigment/frame/ilTypes.h"
@@ -14,9 +16,10 @@ class ilTileBlock {
   public:
     void* data;
     int x, y, z, nx, ny, nz;
-    int xStride, yStride, zStride;
+    // 64-bit: a plane or a channel of a large buffer holds more than 2^31 elements.
+    int64_t xStride, yStride, zStride;
     int chanOffset;
-    int chanStride;
+    int64_t chanStride;
     int nChans;
     ilTile region;  // taken into account only while regionActive is set
     ilType type;

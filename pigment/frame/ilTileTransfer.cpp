@@ -1,7 +1,10 @@
 #include "pigment/frame/ilTileTransfer_p.h"
 
 #include <cstring>
+#include <memory>
+#include <new>
 
+#include "pigment/frame/ilBoxBytes_p.h"
 #include "pigment/frame/ilPixel.h"
 
 namespace {
@@ -35,6 +38,15 @@ bool copyAlike(ilType a, ilType b) {
     if (a == b) return true;
     auto in = [&](ilType p, ilType q) { return (a == p || a == q) && (b == p || b == q); };
     return in(ilUChar, ilChar) || in(ilUShort, ilShort) || in(ilULong, ilLong);
+}
+
+// Whether the memory of the two blocks' boxes overlaps.
+bool sharesMemory(const ilTileBlock& a, const ilTileBlock& b) {
+    const int64_t aBytes = ilBoxBytes(a.type, a.nChans, a.nx, a.ny, a.nz);
+    const int64_t bBytes = ilBoxBytes(b.type, b.nChans, b.nx, b.ny, b.nz);
+    const auto pa = reinterpret_cast<uintptr_t>(a.data), pb = reinterpret_cast<uintptr_t>(b.data);
+    return pa <= pb ? pb - pa < static_cast<uint64_t>(aBytes)
+                    : pa - pb < static_cast<uint64_t>(bBytes);
 }
 
 }  // namespace
@@ -103,6 +115,24 @@ void ilTileTransfer::run() {
         r = ilTile(r, box);
     }
 
+    // A source that shares memory with the destination (an image copied onto itself) is read
+    // through a copy of the region, so that no pixel is overwritten before it has been read.
+    std::unique_ptr<unsigned char[]> scratch;
+    ilTileBlock scratchBlock = s;
+    if (!s.solid && !r.empty() && sharesMemory(d, s)) {
+        const int64_t bytes = ilBoxBytes(s.type, s.nChans, r.nx, r.ny, r.nz);
+        if (bytes <= 0 || bytes == INT64_MAX) return;
+        scratch.reset(new (std::nothrow) unsigned char[static_cast<size_t>(bytes)]);
+        if (!scratch) return;
+        scratchBlock =
+            ilTileBlock(scratch.get(), r, s.type, s.order, s.nChans, s.chanOffset, s.chanList);
+        ilTileBlock whole = s;
+        whole.regionActive = 0;
+        whole.exclude = ilTile(0, 0, 0, 0, 0, 0);
+        ilTransfer(scratchBlock, whole);
+        source = &scratchBlock;
+    }
+
     if (!r.empty()) {
         const ilTile& e = s.exclude;
         const ilTile h(r, e);
@@ -110,15 +140,17 @@ void ilTileTransfer::run() {
             moveRegion(r);
         } else if (!e.contains(r)) {
             // The slabs around the excluded box, near to far.
-            const int hx1 = h.x + h.nx, hy1 = h.y + h.ny, hz1 = h.z + h.nz;
-            const int rx1 = r.x + r.nx, ry1 = r.y + r.ny, rz1 = r.z + r.nz;
+            // h lies inside r, so every start and extent below fits an int; only the sums are
+            // taken in 64 bits.
+            const int hx1 = static_cast<int>(h.endX()), hy1 = static_cast<int>(h.endY()),
+                      hz1 = static_cast<int>(h.endZ());
             const ilTile slabs[6] = {
                 ilTile(r.x, r.y, r.z, r.nx, r.ny, h.z - r.z),
                 ilTile(r.x, r.y, h.z, r.nx, h.y - r.y, h.nz),
                 ilTile(r.x, h.y, h.z, h.x - r.x, h.ny, h.nz),
-                ilTile(hx1, h.y, h.z, rx1 - hx1, h.ny, h.nz),
-                ilTile(r.x, hy1, h.z, r.nx, ry1 - hy1, h.nz),
-                ilTile(r.x, r.y, hz1, r.nx, r.ny, rz1 - hz1),
+                ilTile(hx1, h.y, h.z, static_cast<int>(r.endX() - hx1), h.ny, h.nz),
+                ilTile(r.x, hy1, h.z, r.nx, static_cast<int>(r.endY() - hy1), h.nz),
+                ilTile(r.x, r.y, hz1, r.nx, r.ny, static_cast<int>(r.endZ() - hz1)),
             };
             for (const ilTile& slab : slabs)
                 if (!slab.empty()) moveRegion(slab);
@@ -161,8 +193,8 @@ bool ilTileTransfer::nextChannel() {
         if (logical < 0 || logical > INT32_MAX) continue;
         const int place = sourcePlace(static_cast<int>(logical));
         if (place < 0) continue;
-        destPlane = destPos = static_cast<int64_t>(d.chanStride) * chan + destBase;
-        sourcePlane = sourcePos = static_cast<int64_t>(source->chanStride) * place + sourceBase;
+        destPlane = destPos = d.chanStride * chan + destBase;
+        sourcePlane = sourcePos = source->chanStride * place + sourceBase;
         return true;
     }
 }
@@ -177,9 +209,9 @@ void ilTileTransfer::moveRegion(const ilTile& r) {
     rny = r.ny;
     rnz = r.nz;
     auto base = [&](const ilTileBlock& b) {
-        return static_cast<int64_t>(ry - b.y - (b.flipY ? b.ny - 1 : 0)) * b.yStride +
-               static_cast<int64_t>(rx - b.x - (b.flipX ? b.nx - 1 : 0)) * b.xStride +
-               static_cast<int64_t>(rz - b.z) * b.zStride;
+        return (int64_t(ry) - b.y - (b.flipY ? b.ny - 1 : 0)) * b.yStride +
+               (int64_t(rx) - b.x - (b.flipX ? b.nx - 1 : 0)) * b.xStride +
+               (int64_t(rz) - b.z) * b.zStride;
     };
     destBase = base(d);
     sourceBase = base(s);
@@ -194,10 +226,10 @@ void ilTileTransfer::moveRegion(const ilTile& r) {
         // A merged row is the contiguous span of all channels of rnx pixels. When both sides are
         // mirrored in x it is walked from its low end, which pairs the same pixels and channels.
         destStep = sourceStep = 1;
-        runLength = s.nChans * rnx;
+        runLength = int64_t(s.nChans) * rnx;
         if (d.flipX) {
-            destBase += static_cast<int64_t>(rnx - 1) * d.xStride;
-            sourceBase += static_cast<int64_t>(rnx - 1) * s.xStride;
+            destBase += (rnx - 1) * d.xStride;
+            sourceBase += (rnx - 1) * s.xStride;
         }
     } else {
         destStep = d.xStride;
@@ -206,8 +238,8 @@ void ilTileTransfer::moveRegion(const ilTile& r) {
         // Reversing both walks together keeps every pair of elements and lets the destination be
         // written upwards, which is what block copies and vector loops want.
         if (destStep < 0) {
-            destBase += static_cast<int64_t>(rnx - 1) * destStep;
-            sourceBase += static_cast<int64_t>(rnx - 1) * sourceStep;
+            destBase += (rnx - 1) * destStep;
+            sourceBase += (rnx - 1) * sourceStep;
             destStep = -destStep;
             sourceStep = -sourceStep;
         }
@@ -277,19 +309,19 @@ bool ilTileTransfer::fastPath() {
     auto bytes = [&](int64_t elems) { return bits ? elems >> 3 : elems << shift; };
     unsigned char* const dp = static_cast<unsigned char*>(d.data);
     const unsigned char* const sp = static_cast<const unsigned char*>(s.data);
-    // memmove: a caller that moves a buffer onto itself gets a defined result.
+    // Blocks that share memory were separated in run(), so plain copies are safe here.
     switch (kind) {
         case Whole: {
             ++paths.wholeCopies;
             const int64_t n = static_cast<int64_t>(d.nChans) * rnx * rny * rnz;
-            std::memmove(dp + bytes(destPos), sp + bytes(sourcePos), bytes(n));
+            std::memcpy(dp + bytes(destPos), sp + bytes(sourcePos), bytes(n));
             break;
         }
         case Channel: {
             ++paths.channelCopies;
             const int64_t n = static_cast<int64_t>(rnx) * rny * rnz;
             do {
-                std::memmove(dp + bytes(destPlane), sp + bytes(sourcePlane), bytes(n));
+                std::memcpy(dp + bytes(destPlane), sp + bytes(sourcePlane), bytes(n));
             } while (nextChannel());
             break;
         }
@@ -301,7 +333,7 @@ bool ilTileTransfer::fastPath() {
             do {
                 int64_t dpos = destPos, spos = sourcePos;
                 for (int row = yCount; row < rny; ++row) {
-                    std::memmove(dp + bytes(dpos), sp + bytes(spos), n);
+                    std::memcpy(dp + bytes(dpos), sp + bytes(spos), n);
                     dpos += destRowStep;
                     spos += sourceRowStep;
                 }

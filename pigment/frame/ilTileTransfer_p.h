@@ -38,7 +38,7 @@ class ilTileTransfer {
     int64_t destBase, sourceBase;
     int chan, zCount, yCount;
     int64_t destPlane, sourcePlane, destPos, sourcePos;
-    int destStep, sourceStep, runLength;
+    int64_t destStep, sourceStep, runLength;
     int merged;
     // Row and plane steps of each side, after the walk has been turned so that the destination is
     // always written in ascending addresses.

@@ -2,6 +2,7 @@
 // the object, bad input, and pixel memory that cannot be had.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -260,6 +261,34 @@ TEST(MemoryImg, CopiesAndAssignmentShareTheBlockWithoutOwningIt) {
     EXPECT_EQ(got, ramp(1, 1, 0)) << "the block outlived the copy";
 }
 
+// An image copied onto itself with overlapping boxes ends as a copy through a separate buffer
+// would leave it, for every direction of shift, pulling and pushing.
+TEST(MemoryImg, CopiesOntoItselfWithOverlappingBoxes) {
+    const int shifts[][2] = {{1, 1}, {-1, -1}, {1, 0}, {0, -1}, {3, -2}, {-2, 3}, {0, 0}};
+    for (const auto& d : shifts)
+        for (int pull = 0; pull < 2; ++pull) {
+            const int dx = d[0], dy = d[1];
+            SCOPED_TRACE(testing::Message() << "shift " << dx << ", " << dy << " pull " << pull);
+            auto img = rampImage(7, 7, 2);
+            const Bytes before = blockOf(*img);
+            // The largest tile whose source and target both lie in the image; either way round,
+            // pixel (x + i, y + j) ends with what (x + i + dx, y + j + dy) held.
+            const int x = std::max(0, -dx), y = std::max(0, -dy), w = 7 - std::abs(dx),
+                      h = 7 - std::abs(dy);
+            if (pull)
+                ASSERT_EQ(img->copyTile(x, y, w, h, img.get(), x + dx, y + dy), ilOK);
+            else
+                ASSERT_EQ(img->copyTile(x + dx, y + dy, w, h, img.get(), x, y, nullptr, 0), ilOK);
+            Bytes want = before;
+            for (int j = 0; j < h; ++j)
+                for (int i = 0; i < w; ++i)
+                    for (int c = 0; c < 2; ++c)
+                        want[size_t(((y + j) * 7 + x + i) * 2 + c)] =
+                            before[size_t(((y + j + dy) * 7 + x + i + dx) * 2 + c)];
+            EXPECT_EQ(blockOf(*img), want);
+        }
+}
+
 TEST(MemoryImg, BadInputNeverCrashesOrWritesOutsideTheBuffer) {
     enum Op { Get, Set, Fill };
     static int wild[3] = {1000, -7, INT_MIN};
@@ -318,7 +347,8 @@ TEST(MemoryImg, BadInputNeverCrashesOrWritesOutsideTheBuffer) {
             r.op == Get   ? img->getSubTile3Dv2(t, data, r.box, pc)
             : r.op == Set ? img->setSubTile3Dv2(t, data, r.box, pc)
                           : img->fillTile3D(t.x, t.y, t.z, t.nx, t.ny, t.nz, data, pc, nullptr);
-        EXPECT_EQ(s, ilOK);
+        // A missing buffer is the one bad argument that is refused rather than survived.
+        EXPECT_EQ(s, r.nullData && r.op != Fill ? ilBadInput : ilOK);
         EXPECT_TRUE(std::equal(mem.begin(), mem.begin() + 64, before.begin())) << "guard before";
         EXPECT_TRUE(std::equal(mem.end() - 64, mem.end(), before.end() - 64)) << "guard after";
         EXPECT_EQ(mem != before, r.bufferChanges != 0);
