@@ -485,6 +485,23 @@ ilStatus ilImage::checkColorModel() {
 
 // ---- Tile interface ----
 
+ilStatus ilImage::checkTileBuffer(const void* data, const ilTile& tile) {
+    return data || tile.empty() ? ilOK : ilBadInput;
+}
+
+ilStatus ilImage::checkWriteChannels(const ilConfig* cfg, int imageChans) {
+    if (!cfg || !cfg->chanList) return ilOK;
+    // A transfer reads a list from its first entry, whatever the offset, and gives each image
+    // channel the first buffer channel naming it: a second one would be dropped unseen.
+    const int n = cfg->nChans > 0 ? cfg->nChans : imageChans;
+    for (int i = 0; i < n; ++i) {
+        if (cfg->chanList[i] < 0) continue;
+        for (int j = i + 1; j < n; ++j)
+            if (cfg->chanList[j] == cfg->chanList[i]) return ilConfigNotInvertible;
+    }
+    return ilOK;
+}
+
 ilStatus ilImage::getSubTile3Dv2(const ilTile& t, void* data, const ilTile& b, ilConfig* cfg) {
     return getSubTile3D(t.x, t.y, t.z, t.nx, t.ny, t.nz, data, b.x, b.y, b.z, b.nx, b.ny, b.nz,
                         cfg);

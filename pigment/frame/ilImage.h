@@ -251,6 +251,12 @@ class ilImage : public ilLink, public vl::TempReferenceCount {
     void debugHighlightTile(const ilTile&) {}
 
   protected:
+    // The argument checks of every kind's tile calls, made before a pixel moves: a missing buffer
+    // for a tile that has pixels is ilBadInput, and a write whose channel list names one image
+    // channel for two buffer channels (nChans 0 meaning imageChans) is ilConfigNotInvertible.
+    static ilStatus checkTileBuffer(const void* data, const ilTile& tile);
+    static ilStatus checkWriteChannels(const ilConfig* cfg, int imageChans);
+
     int outOfBound(int x, int y) { return x < 0 || y < 0 || x >= size.x || y >= size.y; }
     int outOfBound(int x, int y, int z) { return outOfBound(x, y) || z < 0 || z >= size.z; }
     int isValidPage(int x, int y, int z, int c);

@@ -256,7 +256,8 @@ ilTileBlock ilMemoryImg::callerBlock(void* data, ilTile& tile, const ilTile& box
 
 ilStatus ilMemoryImg::getSubTile3Dv2(const ilTile& tile, void* data, const ilTile& box,
                                      ilConfig* cfg) {
-    ilStatus s = resetCheck();
+    ilStatus s = checkTileBuffer(data, tile);
+    if (s == ilOK) s = resetCheck();
     if (s != ilOK) return s;
     pixels->beginOperations();
     void* block = pixels->getImageData();
@@ -278,12 +279,14 @@ ilStatus ilMemoryImg::getSubTile3Dv2(const ilTile& tile, void* data, const ilTil
 
 ilStatus ilMemoryImg::setSubTile3D(int x, int y, int z, int nx, int ny, int nz, void* data, int bx,
                                    int by, int bz, int bnx, int bny, int bnz, ilConfig* cfg) {
-    ilStatus s = resetCheck();
+    ilTile t(x, y, z, nx, ny, nz);
+    ilStatus s = checkTileBuffer(data, t);
+    if (s == ilOK) s = resetCheck();
+    if (s == ilOK) s = checkWriteChannels(cfg, size.c);
     if (s != ilOK) return s;
     pixels->beginOperations();
     void* block = pixels->getImageData();
     if (block && data) {
-        ilTile t(x, y, z, nx, ny, nz);
         ilTileBlock buffer = callerBlock(data, t, ilTile(bx, by, bz, bnx, bny, bnz), cfg);
         ilTileBlock image(block, 0, 0, 0, size.x, size.y, size.z, dataType, order, size.c);
         if (!t.empty()) image.setRegion(t);

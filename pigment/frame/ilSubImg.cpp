@@ -170,28 +170,39 @@ void ilSubImg::reset() {
     if (checkColorModel() == ilOK) ilImage::reset();
 }
 
-ilConfig* ilSubImg::composeConfig(ilConfig* cfg, int& flag) {
+int ilSubImg::inputChannel(int w) const {
+    if (w < 0 || w >= size.c) return -1;
+    if (config.chanList) return w < config.nChans ? config.chanList[w] : -1;
+    return w + startC;
+}
+
+ilConfig* ilSubImg::composeConfig(ilConfig* cfg, ilImage* input, int& flag) {
     auto* out = new ilConfig(cfg ? *cfg : config);
     flag = 1;
-    if (cfg && config.chanList) {
-        if (cfg->chanList) {
-            // The caller's list names this window's channels; each goes through the window's own.
-            int n = cfg->nChans > 0 ? cfg->nChans : size.c;
-            int* list = new int[std::max(n, 1)];
-            for (int k = 0; k < n; ++k) {
-                int e = cfg->chanList[k];
-                list[k] = e >= 0 && e < size.c && e < config.nChans ? config.chanList[e] : -1;
-            }
-            out->chanList = list;
-            flag = -1;
-        } else {
-            out->chanList = config.chanList;
-        }
-    }
     if (!out->coordSpace) out->coordSpace = coordSpace;
-    if (!out->chanOffset) out->chanOffset = startC;
     if (!out->nChans) out->nChans = size.c;
-    if (out->chanList) out->chanOffset = 0;
+    if (!cfg) {
+        if (out->chanList)
+            out->chanOffset = 0;
+        else if (!out->chanOffset)
+            out->chanOffset = startC;
+        return out;
+    }
+    // The caller's channels are the window's: an offset or a list counts from the window's first
+    // channel and stops at its last, whatever the input holds beyond.
+    const int n = out->nChans;
+    const bool spills = static_cast<int64_t>(cfg->chanOffset) + n > size.c &&
+                        static_cast<int64_t>(startC) + size.c < input->getNumChans();
+    if (!cfg->chanList && !config.chanList && cfg->chanOffset >= 0 && !spills) {
+        out->chanOffset = cfg->chanOffset + startC;
+        return out;
+    }
+    int* list = new int[std::max(n, 1)];
+    for (int k = 0; k < n; ++k)
+        list[k] = inputChannel(cfg->chanList ? cfg->chanList[k] : cfg->chanOffset + k);
+    out->chanList = list;
+    out->chanOffset = 0;
+    flag = -1;
     return out;
 }
 
@@ -226,17 +237,21 @@ void ilSubImg::fillBuffer(void* data, const ilTile& box, const ilConfig* cfg) {
 }
 
 ilStatus ilSubImg::forward(ilTile tile, void* data, ilTile box, ilConfig* cfg, bool write) {
-    ilStatus s = resetCheck();
+    ilStatus s = checkTileBuffer(data, tile);
+    if (s == ilOK) s = resetCheck();
     if (s != ilOK) return s;
     ilImage* input = getInput(0);
     if (!input) return ilBadInput;
-    int flag;
-    ilConfig* composed = composeConfig(cfg, flag);
     ilSize own = size;
     ilSpaceMapSize(coordSpace, cfg && cfg->coordSpace ? cfg->coordSpace : coordSpace, own);
     // Writes stop at the window's edge; what lies outside it reads as its fill, even where the
     // input has pixels.
     if (clipToSize(tile, own) && !write) fillBuffer(data, box, cfg);
+    // Nothing of the window is left: an empty tile must not go on, since an input may take an
+    // empty tile for the whole buffer box and reach pixels outside the window.
+    if (tile.empty()) return ilOK;
+    int flag;
+    ilConfig* composed = composeConfig(cfg, input, flag);
     toInput(input, tile, box, cfg, composed->coordSpace);
     s = write ? input->setSubTile3D(tile.x, tile.y, tile.z, tile.nx, tile.ny, tile.nz, data, box.x,
                                     box.y, box.z, box.nx, box.ny, box.nz, composed)
@@ -270,24 +285,26 @@ ilStatus ilSubImg::copyTileCfg(int x, int y, int z, int nx, int ny, int nz, ilIm
     local.nChans = inputChans;
     local.chanOffset = 0;
     std::unique_ptr<int[]> inverse, composedList;
-    if (config.chanList) {
-        if (!config.isInvertable()) return ilConfigNotInvertible;
-        // The input's buffer holds input channels; the inverse names the window channel of each.
+    // A window that shows the input's channels from the first, all of them, copies them as they
+    // are; any other names the window channel of each input channel.
+    if (config.chanList || startC != 0 || size.c < inputChans) {
+        if (config.chanList && !config.isInvertable()) return ilConfigNotInvertible;
+        const int n = cfg && cfg->chanList ? cfg->nChans + cfg->chanOffset : 0;
+        const int offset = cfg && cfg->chanList ? cfg->chanOffset : 0;
+        const int length = std::max({n, offset + inputChans, inputChans, 1});
+        inverse.reset(new int[length]);
+        std::fill(inverse.get(), inverse.get() + length, -1);
+        for (int w = size.c - 1; w >= 0; --w) {
+            const int c = inputChannel(w);
+            if (c >= 0 && c < inputChans) inverse[c] = w;
+        }
+        local.chanList = inverse.get();
         if (cfg && cfg->chanList) {
-            int n = cfg->nChans + cfg->chanOffset;
-            int length = std::max({n, cfg->chanOffset + inputChans, inputChans, 1});
-            inverse.reset(new int[length]);
-            std::fill(inverse.get(), inverse.get() + length, -1);
-            config.invert(inputChans, inverse.get());
             composedList.reset(new int[length]);
             std::fill(composedList.get(), composedList.get() + length, -1);
             cfg->compose(n, inverse.get(), composedList.get());
             local.chanList = composedList.get();
-            local.chanOffset = cfg->chanOffset;
-        } else {
-            inverse.reset(new int[std::max(inputChans, 1)]);
-            config.invert(inputChans, inverse.get());
-            local.chanList = inverse.get();
+            local.chanOffset = offset;
         }
     }
 

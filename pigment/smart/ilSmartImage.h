@@ -178,7 +178,7 @@ class ilSmartImage : public ilSIDImage {
     ilStatus WriteTile_(ilTile tile, void* data, ilTile box, ilConfig* cfg);
     ilStatus CopyTile_(const ilTile& tile, ilImage* other, const ilXYZstruct<int>& dest,
                        ilConfig* cfg, int direction);
-    ilStatus CopyInto_(const ilTile& tile, ilImage* other, int dx, int dy, int dz, ilConfig* work,
+    ilStatus CopyInto_(ilTile tile, ilImage* other, int dx, int dy, int dz, ilConfig* work,
                        bool pageFast);
     ilStatus CopyOut_(ilTile tile, ilImage* other, int dx, int dy, int dz, ilConfig* work);
     void CheckAlphaOf_(SmartImgPage* page);

@@ -1,6 +1,8 @@
 // Tile traffic of the smart image: every read, write, fill and copy is cut into page pieces and
 // moved by the transfer engine straight on page memory; whole pages take the fast roads (no
 // read-back on overwrite, solids for fills, shared references between aligned smart images).
+#include <cstdio>
+
 #include "pigment/frame/ilPage.h"
 #include "pigment/smart/FaultLatch.h"
 #include "pigment/smart/SmartPageIO_p.h"
@@ -33,6 +35,33 @@ ilTile overlapXY(const ilTile& a, const ilTile& b) {
     ilTile r = a;
     r.cropTo(b);
     return r;
+}
+
+// The part of a tile that the canvas holds: within the coordinate limit on x and y, and in plane
+// 0, the only plane it has. Answers whether anything is left; clipped answers whether the limit
+// cut the tile, which a write reports.
+bool cutToCanvas(ilTile& t, bool* clipped = nullptr) {
+    const ilTile canvas(-kSmartMaxCoord, -kSmartMaxCoord, 0, 2 * kSmartMaxCoord, 2 * kSmartMaxCoord,
+                        1);
+    const ilTile cut(t, canvas);
+    if (clipped)
+        *clipped = !t.empty() && (cut.x != t.x || cut.y != t.y || cut.nx != t.nx || cut.ny != t.ny);
+    t = cut;
+    return !t.empty();
+}
+
+// Writes report a cut at the limit as the page table does.
+bool cutWriteToCanvas(ilTile& t) {
+    bool clipped = false;
+    const bool left = cutToCanvas(t, &clipped);
+    if (clipped)
+        std::printf("SID: SmartImage had to clip an image op to fit +- %d\n", kSmartMaxCoord);
+    return left;
+}
+
+bool isCanvasPart(const ilTile& t) {
+    ilTile cut = t;
+    return cutToCanvas(cut) && cut == t;
 }
 
 ilSmartImage* smartOf(ilImage* image) {
@@ -75,15 +104,20 @@ bool ilSmartImage::MapCallerSpace_(ilTile& tile, ilTile& box, const ilConfig* cf
 ilStatus ilSmartImage::ReadTile_(const ilTile& tileIn, void* data, const ilTile& boxIn,
                                  ilConfig* cfg) {
     if (tileIn.empty()) return ilOK;
-    const ilStatus s = resetCheck();
+    ilStatus s = checkTileBuffer(data, tileIn);
+    if (s == ilOK) s = resetCheck();
     if (s != ilOK) return s;
-    if (!data) return ilOK;
     ilTile tile = tileIn, box = boxIn;
     SmartBuffer buffer;
     if (!MapCallerSpace_(tile, box, cfg, buffer)) return ilOK;
     ApplyForcedBounds(tile);
     const int nc = ChannelCount_();
     buffer.describe(data, box, cfg, nc);
+    if (!isCanvasPart(tile)) {
+        // Beyond the limit and off plane 0 there are no pages: only the fill.
+        SmartSolidRead(buffer, tile, fill);
+        if (!cutToCanvas(tile)) return ilOK;
+    }
     ilPixel solid;
     PageIterator it(&table, tile.x, tile.y, tile.nx, tile.ny, 0, 1);
     int px, py;
@@ -118,9 +152,11 @@ ilStatus ilSmartImage::setSubTile3Dv2(const ilTile& tile, void* data, const ilTi
 }
 
 ilStatus ilSmartImage::WriteTile_(ilTile tile, void* data, ilTile box, ilConfig* cfg) {
-    SmartImage::ClipToLimit(tile.x, tile.y, tile.nx, tile.ny);
-    if (tile.empty()) return ilOK;
-    const ilStatus s = resetCheck();
+    ilStatus s = checkTileBuffer(data, tile);
+    if (s != ilOK) return s;
+    if (!cutWriteToCanvas(tile)) return ilOK;
+    s = resetCheck();
+    if (s == ilOK) s = checkWriteChannels(cfg, ChannelCount_());
     if (s != ilOK) return s;
     SmartBuffer buffer;
     if (!MapCallerSpace_(tile, box, cfg, buffer)) return ilOK;
@@ -129,7 +165,7 @@ ilStatus ilSmartImage::WriteTile_(ilTile tile, void* data, ilTile box, ilConfig*
     buffer.describe(data, box, cfg, nc);
     // A page wholly overwritten in every channel need not keep its old pixels.
     const bool allChannels = SmartConfigCoversChannels(cfg, nc);
-    const bool boxHasPlane = tile.z >= box.z && tile.z < box.z + box.nz;
+    const bool boxHasPlane = tile.z >= box.z && tile.z < box.endZ();
     if (data && boxHasPlane) {
         PageIterator it(&table, tile.x, tile.y, tile.nx, tile.ny, 1, 1);
         int px, py;
@@ -159,9 +195,8 @@ ilStatus ilSmartImage::WriteTile_(ilTile tile, void* data, ilTile box, ilConfig*
 
 ilStatus ilSmartImage::fillTile3D(int x, int y, int z, int nx, int ny, int nz, const void* data,
                                   ilConfig* cfg, const ilTile* exclude) {
-    SmartImage::ClipToLimit(x, y, nx, ny);
     ilTile tile(x, y, z, nx, ny, nz);
-    if (tile.empty()) return ilOK;
+    if (!cutWriteToCanvas(tile)) return ilOK;
     const ilStatus s = resetCheck();
     if (s != ilOK) return s;
     // An exclusion with a zero extent is none.
@@ -296,8 +331,9 @@ ilStatus ilSmartImage::CopyTile_(const ilTile& tile, ilImage* other, const ilXYZ
     return result;
 }
 
-ilStatus ilSmartImage::CopyInto_(const ilTile& tile, ilImage* other, int dx, int dy, int dz,
+ilStatus ilSmartImage::CopyInto_(ilTile tile, ilImage* other, int dx, int dy, int dz,
                                  ilConfig* work, bool pageFast) {
+    if (!cutWriteToCanvas(tile)) return ilOK;
     ilSmartImage* smart = pageFast ? static_cast<ilSmartImage*>(other) : nullptr;
     if (smart) smart->resetCheck();
     dirtyTile = ilTileUnion(dirtyTile, tile);
@@ -353,11 +389,13 @@ ilStatus ilSmartImage::CopyInto_(const ilTile& tile, ilImage* other, int dx, int
 ilStatus ilSmartImage::CopyOut_(ilTile tile, ilImage* other, int dx, int dy, int dz,
                                 ilConfig* work) {
     const ilTile real = realBounds;
-    if (!insideXY(real, tile)) {
-        // What lies beyond this image's content arrives there as this image's fill.
-        const ilTile spared(real.x + dx, real.y + dy, tile.z + dz, real.nx, real.ny, 1);
+    if (!insideXY(real, tile) || !isCanvasPart(tile)) {
+        // What lies beyond this image's content, plane 0 of it, arrives there as this image's
+        // fill.
+        const ilTile spared(real.x + dx, real.y + dy, dz, real.nx, real.ny, 1);
         other->fillTile3D(tile.x + dx, tile.y + dy, tile.z + dz, tile.nx, tile.ny, tile.nz,
                           fill.elems(), work, &spared);
+        if (!cutToCanvas(tile)) return ilOK;
         tile = overlapXY(tile, real);
         if (!nonEmpty(tile)) return ilOK;
     }

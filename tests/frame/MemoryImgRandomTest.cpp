@@ -124,10 +124,10 @@ TEST(MemoryImgRandom, TileOperationsMatchTheModel) {
         } else if (op == 1) {
             Bytes src = rng.data(b);
             const Bytes before = src;
-            write(r, b, t, src.data());
+            const ilStatus want = write(r, b, t, src.data()) ? ilOK : ilConfigNotInvertible;
             EXPECT_EQ(img->setSubTile3D(t.x, t.y, t.z, t.nx, t.ny, t.nz, src.data(), B.x, B.y, B.z,
                                         B.nx, B.ny, B.nz, useCfg ? &cfg : nullptr),
-                      ilOK);
+                      want);
             EXPECT_EQ(src, before) << "the written buffer is only read";
             same(blockOf(*img), r.bytes, what);
         } else {
@@ -177,10 +177,11 @@ TEST(MemoryImgRandom, CopiesBetweenImagesMatchTheModel) {
                            clipped.z + local.box.z, clipped.nx, clipped.ny, clipped.nz);
         const ilTile whole(ox, oy, oz, t.nx, t.ny, t.nz);
         if (pull && !clipped.empty()) read(rb, local, there, ra.bytes.data());
-        if (!pull && !clipped.empty()) write(rb, local, there, ra.bytes.data());
+        // A refused push (a list that repeats a channel) leaves the fill out as well.
+        const bool pushed = pull || clipped.empty() || write(rb, local, there, ra.bytes.data());
         ilPixel aFill;
         aFill.convert(ra.fill, ra.type);
-        if (!pull && !whole.empty())
+        if (!pull && pushed && !whole.empty())
             fill(rb, local, whole, ra.fill.nc() == sa.c ? aFill.elems() : nullptr, &local.box);
 
         ilConfig cfg = local.config();

@@ -50,7 +50,7 @@ TEST(SubImg, ReadsThroughTheWindow) {
         {"list 2, 1, 0 and a cfg list 0", w, &rev, &first0, 1, 1, 11, 21, {2}},
         {"list 2, 1, 0 reverses", w, &rev, nullptr, 0, 0, 10, 20, {2, 1, 0}},
         {"offset 1 starts at channel 1", all, &off1, nullptr, 7, 8, 7, 8, {1, 2}},
-        {"a caller's list names input channels", mid, &off1, &first0, 1, 2, 6, 7, {0}},
+        {"a caller's list counts within the window", mid, &off1, &first0, 1, 2, 6, 7, {1}},
         {"a one-channel list", all, &two2, nullptr, 39, 39, 39, 39, {2}},
         // clang-format on
     };
@@ -255,6 +255,56 @@ TEST(SubImg, CopiesThroughTheInverseChannelMap) {
     int pick[] = {1, -1, -1};
     ASSERT_EQ(sub2.copyTile(0, 0, 1, 1, &source, 3, 3, pick, 1), ilOK);
     EXPECT_EQ(input2.at(0, 0, 2), code(3, 3, 1));
+}
+
+// A window over input channels 1 and 2 of a four-channel image: whatever channels a caller names,
+// by list or by offset, count from the window's first and never reach channel 0 or 3.
+TEST(SubImg, CallerChannelsCountWithinTheWindow) {
+    using Bytes = std::vector<unsigned char>;
+    int zero[] = {0}, one[] = {1}, past[] = {2}, both[] = {1, 0};
+    const struct {
+        const char* what;
+        ilConfig cfg;
+        Bytes read;     // from input pixel (c + 10 in channel c)
+        Bytes written;  // the input pixel after writing 90 + buffer channel
+    } rows[] = {
+        {"list 0", ilConfig(ilUChar, ilInterleaved, 1, zero), {11}, {10, 90, 12, 13}},
+        {"list 1", ilConfig(ilUChar, ilInterleaved, 1, one), {12}, {10, 11, 90, 13}},
+        {"list past the window", ilConfig(ilUChar, ilInterleaved, 1, past), {0}, {10, 11, 12, 13}},
+        {"list 1, 0", ilConfig(ilUChar, ilInterleaved, 2, both), {12, 11}, {10, 91, 90, 13}},
+        {"offset 1", ilConfig(ilUChar, ilInterleaved, 1, nullptr, 1), {12}, {10, 11, 90, 13}},
+        {"offset 1, two channels",
+         ilConfig(ilUChar, ilInterleaved, 2, nullptr, 1),
+         {12, 0},
+         {10, 11, 90, 13}},
+    };
+    const unsigned char start[4] = {10, 11, 12, 13};
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.what);
+        ilMemoryImg input(ilSize(2, 2, 1, 4), ilUChar, ilInterleaved);
+        ASSERT_EQ(input.fillTile(0, 0, 2, 2, start), ilOK);
+        ilSubImg window(&input, 0, 0, 0, 1, 2, 2, 1, 2);
+        ilConfig cfg = r.cfg;
+        Bytes got(r.read.size(), 0);
+        ASSERT_EQ(window.getTile(1, 1, 1, 1, got.data(), &cfg), ilOK);
+        EXPECT_EQ(got, r.read);
+        Bytes pixel = {90, 91};
+        ASSERT_EQ(window.setTile(1, 1, 1, 1, pixel.data(), &cfg), ilOK);
+        Bytes after(4);
+        input.getTile(1, 1, 1, 1, after.data());
+        EXPECT_EQ(after, r.written);
+    }
+    // Copies take the window's channels too: window channel 0 is input channel 1.
+    ilMemoryImg input(ilSize(2, 2, 1, 4), ilUChar, ilInterleaved),
+        source(ilSize(2, 2, 1, 2), ilUChar, ilInterleaved);
+    ASSERT_EQ(input.fillTile(0, 0, 2, 2, start), ilOK);
+    const unsigned char pair[2] = {50, 60};
+    ASSERT_EQ(source.fillTile(0, 0, 2, 2, pair), ilOK);
+    ilSubImg window(&input, 0, 0, 0, 1, 2, 2, 1, 2);
+    ASSERT_EQ(window.copyTile(0, 0, 2, 2, &source, 0, 0), ilOK);
+    Bytes after(4);
+    input.getTile(0, 0, 1, 1, after.data());
+    EXPECT_EQ(after, Bytes({10, 50, 60, 13}));
 }
 
 }  // namespace

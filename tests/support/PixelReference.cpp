@@ -262,11 +262,20 @@ void read(const Image& img, const Layout& b, const ilTile& t, void* data) {
     });
 }
 
-void write(Image& img, const Layout& b, const ilTile& t, const void* data) {
+bool repeatsChannel(const Layout& l) {
+    for (size_t i = 0; i < l.list.size(); ++i)
+        if (l.list[i] >= 0 && std::count(l.list.begin() + i + 1, l.list.end(), l.list[i]))
+            return true;
+    return false;
+}
+
+bool write(Image& img, const Layout& b, const ilTile& t, const void* data) {
+    if (repeatsChannel(b)) return false;
     const Layout own = img.layout();
     walk(img, b, t, [&](int u, int v, int w, int ix, int iy) {
         if (inImage(img, ix, iy, w)) movePixel(own, img.bytes.data(), ix, iy, w, b, data, u, v, w);
     });
+    return true;
 }
 
 void fill(Image& img, const Layout& b, const ilTile& t, const void* pixel, const ilTile* exclude) {

@@ -83,8 +83,11 @@ void toImage(int from, int to, const ilSize& size, int& x, int& y);
 
 // getSubTile3D of tile t into data laid out as b; an empty t reads the whole box.
 void read(const Image& img, const Layout& b, const ilTile& t, void* data);
-// setSubTile3D of tile t from data laid out as b.
-void write(Image& img, const Layout& b, const ilTile& t, const void* data);
+// Whether a list names one logical channel at two positions.
+bool repeatsChannel(const Layout& l);
+// setSubTile3D of tile t from data laid out as b; false, with nothing written, when b's list
+// repeats a channel, which a write refuses as not invertible.
+bool write(Image& img, const Layout& b, const ilTile& t, const void* data);
 // fillTile3D of tile t (empty: all of the image) with a pixel of b's type and channels (null:
 // zeros), around exclude.
 void fill(Image& img, const Layout& b, const ilTile& t, const void* pixel, const ilTile* exclude);
