@@ -33,6 +33,11 @@ bool clipToSize(ilTile& t, const ilSize& s) {
     return changed;
 }
 
+// A coordinate moved by d, held to the int range.
+int shifted(int v, int64_t d) {
+    return static_cast<int>(std::clamp<int64_t>(v + d, INT32_MIN, INT32_MAX));
+}
+
 int startChannel(const ilConfig* cfg) {
     return cfg ? cfg->chanOffset : 0;
 }
@@ -310,6 +315,25 @@ ilStatus ilSubImg::copyTileCfg(int x, int y, int z, int nx, int ny, int nz, ilIm
 
     ilTile tile(x, y, z, nx, ny, nz);
     if (cfg && cfg->coordSpace) mapTile(tile, cfg->coordSpace);
+    // Copies stop at the window's edge as reads and writes do: a push gives the other image the
+    // window's fill for what lies beyond, and a pull never reaches the input there.
+    const ilTile whole = tile;
+    if (clipToSize(tile, size) && direction == 0 && other) {
+        const ilTile spared(shifted(ox, tile.x - int64_t(whole.x)),
+                            shifted(oy, tile.y - int64_t(whole.y)),
+                            shifted(oz, tile.z - int64_t(whole.z)), tile.nx, tile.ny, tile.nz);
+        ilConfig fillCfg(dataType, order, size.c, cfg ? cfg->chanList : nullptr,
+                         cfg ? cfg->chanOffset : 0, coordSpace);
+        ilPixel own;
+        if (fill.nc() == size.c) own.convert(fill, dataType);
+        other->fillTile3D(ox, oy, oz, whole.nx, whole.ny, whole.nz,
+                          own.nc() ? own.elems() : nullptr, &fillCfg,
+                          spared.empty() ? nullptr : &spared);
+    }
+    if (tile.empty()) return ilOK;
+    ox = shifted(ox, tile.x - int64_t(whole.x));
+    oy = shifted(oy, tile.y - int64_t(whole.y));
+    oz = shifted(oz, tile.z - int64_t(whole.z));
     tile.x += startX, tile.y += startY, tile.z += startZ;
     ilCoordSpace inputSpace = input->getCoordSpace();
     ilSpaceMapTile(coordSpace, inputSpace, input->getSize(), tile);

@@ -232,6 +232,39 @@ TEST(SubImg, Failures) {
     EXPECT_EQ(sub.copyTile(0, 0, 2, 2, &other, 0, 0), ilConfigNotInvertible);
 }
 
+// A copy through a window stops at its edge: a pull changes nothing of the input beyond it, and a
+// push hands over the window's fill there.
+TEST(SubImg, CopiesStopAtTheWindowsEdge) {
+    TestImage input(32, 32, 3), source(8, 8, 3);
+    ilMemoryImg target(ilSize(8, 8, 1, 3), ilFloat, ilInterleaved);
+    paint(source);
+    paint(input);
+    ilSubImg window(&input, 4, 4, 8, 8);
+    ilPixel fill(ilFloat, 3);
+    for (int c = 0; c < 3; ++c)
+        fill.setElem(-1.0 - c, c);
+    ASSERT_EQ(window.setFill(fill), ilOK);
+    ASSERT_EQ(window.copyTile(6, 6, 4, 4, &source, 1, 1), ilOK);
+    for (int j = 0; j < 4; ++j)
+        for (int i = 0; i < 4; ++i) {
+            const bool inside = i < 2 && j < 2;
+            EXPECT_EQ(input.at(10 + i, 10 + j, 1),
+                      inside ? code(1 + i, 1 + j, 1) : code(10 + i, 10 + j, 1))
+                << i << "," << j;
+        }
+    ASSERT_EQ(window.copyTile(6, 6, 4, 4, &target, 2, 2, nullptr, 0), ilOK);
+    const Floats pushed = readFloats(target, ilTile(2, 2, 4, 4), 3);
+    for (int j = 0; j < 4; ++j)
+        for (int i = 0; i < 4; ++i) {
+            const bool inside = i < 2 && j < 2;
+            EXPECT_EQ(pushed[size_t((j * 4 + i) * 3 + 2)], inside ? code(1 + i, 1 + j, 2) : -3.0f)
+                << i << "," << j;
+        }
+    // Wholly outside: a pull moves nothing at all.
+    ASSERT_EQ(window.copyTile(20, 20, 4, 4, &source, 0, 0), ilOK);
+    EXPECT_EQ(input.at(24, 24, 0), code(24, 24, 0));
+}
+
 TEST(SubImg, CopiesThroughTheInverseChannelMap) {
     TestImage input(8, 8, 3), source(8, 8, 3), target(8, 8, 3), input2(8, 8, 3);
     paint(source);
