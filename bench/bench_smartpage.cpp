@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "pigment/base/vlEnvironment.h"
 #include "pigment/base/vlFilename.h"
 #include "pigment/base/vlOSFile.h"
 #include "pigment/base/vlSysInfo.h"
@@ -182,7 +181,7 @@ int main(int argc, char** argv) {
     PigmentCB()->availPhysicalMemory = [] { return 0; };
     swapDirectory = vlOS::uniqueTempName(nullptr, "bench_smartpage");
     vlOS::directoryCreate(swapDirectory.c_str());
-    vlOS::setEnvironment("SID_TEMP_DIR", swapDirectory.c_str());
+    setenv("SID_TEMP_DIR", swapDirectory.c_str(), 1);
 
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

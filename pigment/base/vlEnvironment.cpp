@@ -1,4 +1,4 @@
-// The process environment through getenv, setenv and unsetenv.
+// The process environment, read through getenv.
 #include "pigment/base/vlEnvironment.h"
 
 #include <cstdlib>
@@ -14,14 +14,6 @@ bool getEnvironment(const char* name, std::string& value) {
 
 bool hasEnvironment(const char* name) {
     return name && std::getenv(name) != nullptr;
-}
-
-bool setEnvironment(const char* name, const char* value) {
-    return name && *name && ::setenv(name, value ? value : "", 1) == 0;
-}
-
-bool unsetEnvironment(const char* name) {
-    return name && *name && ::unsetenv(name) == 0;
 }
 
 }  // namespace vlOS

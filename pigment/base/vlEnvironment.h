@@ -1,5 +1,5 @@
-// vlOS environment access: the configuration variables the library reads, and the temporary
-// redirection of TMP that the swap files need while they pick a directory.
+// vlOS environment access: the configuration variables the library reads. The library never
+// writes the environment, which other threads may be reading.
 #pragma once
 
 #include <string>
@@ -10,9 +10,5 @@ namespace vlOS {
 bool getEnvironment(const char* name, std::string& value);
 // True when the variable is set.
 bool hasEnvironment(const char* name);
-// Sets or replaces the variable; answers success.
-bool setEnvironment(const char* name, const char* value);
-// Removes the variable; answers success.
-bool unsetEnvironment(const char* name);
 
 }  // namespace vlOS

@@ -50,6 +50,29 @@ int fileCreateReadWrite(const char* path) {
     return fd;
 }
 
+namespace {
+std::atomic<int> createFault{0}, writeFault{0}, readFault{0};
+}  // namespace
+
+void setFileFaultsForTest(int createError, int writeError, int readError) {
+    createFault = createError;
+    writeFault = writeError;
+    readFault = readError;
+}
+
+int fileCreateExclusive(const char* path) {
+    if (!path) return -1;
+    if (const int fault = createFault) {
+        errno = fault;
+        return -1;
+    }
+    int fd;
+    do {
+        fd = ::open(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    } while (fd < 0 && errno == EINTR);
+    return fd;
+}
+
 int fileOpenReadWrite(const char* path) {
     if (!path) return -1;
     int fd;
@@ -73,6 +96,10 @@ std::int64_t fileWrite(int fd, const void* data, std::size_t bytes) {
         errno = EINVAL;
         return -1;
     }
+    if (const int fault = writeFault) {
+        errno = fault;
+        return -1;
+    }
     const char* p = static_cast<const char*>(data);
     std::size_t done = 0;
     while (done < bytes) {
@@ -90,6 +117,10 @@ std::int64_t fileWrite(int fd, const void* data, std::size_t bytes) {
 std::int64_t fileRead(int fd, void* data, std::size_t bytes) {
     if (!data && bytes) {
         errno = EINVAL;
+        return -1;
+    }
+    if (const int fault = readFault) {
+        errno = fault;
         return -1;
     }
     char* p = static_cast<char*>(data);
@@ -138,6 +169,16 @@ std::uint64_t freeDiskSpace(const char* path) {
 
 bool directoryDelete(const char* path) {
     return path && ::rmdir(path) == 0;
+}
+
+bool directoryWritable(const char* path) {
+    struct stat st;
+    if (!path || !*path || ::stat(path, &st) != 0) return false;
+    if (!S_ISDIR(st.st_mode)) {
+        errno = ENOTDIR;
+        return false;
+    }
+    return ::access(path, W_OK | X_OK) == 0;
 }
 
 void clearLastError() {

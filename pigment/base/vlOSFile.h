@@ -15,6 +15,10 @@ std::string uniqueTempName(const char* directory, const char* prefix);
 // Creates (or truncates) path for reading and writing, private to the user; answers the
 // descriptor, or -1.
 int fileCreateReadWrite(const char* path);
+// Creates path for reading and writing, private to the user (mode 0600), only if nothing stands
+// there: an existing file or a planted link fails rather than being opened or followed. Answers
+// the descriptor, or -1.
+int fileCreateExclusive(const char* path);
 // Opens an existing file for reading and writing; answers the descriptor, or -1.
 int fileOpenReadWrite(const char* path);
 // Moves to the absolute offset; answers the new position, or -1.
@@ -33,8 +37,15 @@ bool fileExists(const char* path);
 bool directoryCreate(const char* path);
 // Removes an empty directory; answers success.
 bool directoryDelete(const char* path);
+// Whether path is a directory in which the user may create files; when not, lastErrorText says
+// why.
+bool directoryWritable(const char* path);
 // Bytes an unprivileged user may still write on the file system holding path; 0 when unknown.
 std::uint64_t freeDiskSpace(const char* path);
+
+// Test support: while an error number is set, fileCreateExclusive, fileWrite or fileRead does
+// nothing and fails with it, as a full or failing disk would; 0 lets the call through again.
+void setFileFaultsForTest(int createError, int writeError, int readError);
 
 void clearLastError();
 // The system's text for the last failure of the calls above.

@@ -1,5 +1,6 @@
 // The host's table of callbacks: timers, the page watermark, physical memory probes, the stamp
-// opacity test and the curve operations. The host fills it before its first smart image exists.
+// opacity test, the curve operations and swap trouble. The host fills it before its first smart
+// image exists.
 #pragma once
 
 struct PigmentCallbacks {
@@ -16,6 +17,10 @@ struct PigmentCallbacks {
     int (*isOpacityMunged)(void* stamp);
     // The curve operations of the path interpolation, typed by their user.
     void* curve[8];
+    // Trouble with the swap files: directory names where they were to be, error says what went
+    // wrong and what the library does about it. Called once for each spell of trouble; when
+    // null, the library prints one line on standard error.
+    void (*swapError)(const char* directory, const char* error);
 };
 
 // The one process-wide table, all entries null until the host sets them.

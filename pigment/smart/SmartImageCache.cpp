@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "pigment/base/vlEnvironment.h"
 #include "pigment/base/vlOSFile.h"
@@ -134,7 +135,9 @@ SmartImageCache::SmartImageCache()
       checking(0),
       oldImageId(0),
       lockedWarningArmed(1),
-      lockedWarningSkipped(0) {
+      lockedWarningSkipped(0),
+      swapRetryAt(0),
+      swapTroubleTold(false) {
     checking = vlOS::hasEnvironment("QUILLON_FL_SMARTIMAGE_CHECKING") ? 1 : 0;
     if (checking) {
         std::printf("SID: SmartImage checking is enabled.\n");
@@ -198,8 +201,7 @@ void SmartImageCache::SetBudget(std::int64_t bytes) {
     if (bytesInMemory > budget) {
         for (int i = 0; i < 3 && bytesInMemory >= budget; ++i) {
             PageData* victim = FindBigVictim();
-            if (!victim) break;
-            EvictPage(victim);
+            if (!victim || !EvictPage(victim)) break;
         }
     }
     if (bytesInMemory > budget) {
@@ -237,29 +239,31 @@ void SmartImageCache::MakeResident(PageData* page) {
     AddToInMemList(page);
 }
 
+unsigned char* SmartImageCache::TakeVictimBuffer_(PageData* victim) {
+    unsigned char* buffer = victim->data;
+    return PageOut(victim) ? buffer : nullptr;
+}
+
 unsigned char* SmartImageCache::AllocateSmall_() {
     unsigned char* buffer = nullptr;
     if (bytesInMemory > budget) {
         PageData* victim = smallCount > 0 ? FindSmallVictim() : nullptr;
         if (victim) {
-            buffer = victim->data;
-            PageOut(victim);
-            bytesInMemory -= kSmallBytes;
+            if ((buffer = TakeVictimBuffer_(victim)) != nullptr) bytesInMemory -= kSmallBytes;
         } else if (bigCount > 0 && (victim = FindBigVictim()) != nullptr) {
-            buffer = victim->data;
-            PageOut(victim);
-            bytesInMemory -= kBigBytes;
-            auto* shrunk =
-                static_cast<unsigned char*>(std::realloc(buffer, kSmallBytes + kSlackBytes));
-            if (!shrunk) std::free(buffer);
-            buffer = shrunk;
+            if ((buffer = TakeVictimBuffer_(victim)) != nullptr) {
+                bytesInMemory -= kBigBytes;
+                auto* shrunk =
+                    static_cast<unsigned char*>(std::realloc(buffer, kSmallBytes + kSlackBytes));
+                if (!shrunk) std::free(buffer);
+                buffer = shrunk;
+            }
         } else {
-            buffer = static_cast<unsigned char*>(std::malloc(kSmallBytes + kSlackBytes));
             std::printf("SID: Allocated Small Page when it shouldn't be necessary\n");
         }
-    } else {
-        buffer = static_cast<unsigned char*>(std::malloc(kSmallBytes + kSlackBytes));
+        // A victim the swap file could not take stays: the cache runs over budget, quietly.
     }
+    if (!buffer) buffer = static_cast<unsigned char*>(std::malloc(kSmallBytes + kSlackBytes));
     if (!buffer) return nullptr;
     bytesInMemory += kSmallBytes;
     // The marks keep memory not yet written from passing for solid.
@@ -276,16 +280,12 @@ unsigned char* SmartImageCache::AllocateBig_() {
     // A small page is never evicted for a big one.
     if (bytesInMemory > budget && bigCount > 0) {
         if (PageData* victim = FindBigVictim()) {
-            buffer = victim->data;
-            PageOut(victim);
-            bytesInMemory -= kBigBytes;
+            if ((buffer = TakeVictimBuffer_(victim)) != nullptr) bytesInMemory -= kBigBytes;
         } else {
-            buffer = static_cast<unsigned char*>(std::malloc(kBigBytes + kSlackBytes));
             std::printf("SID: Allocated Big Page when it shouldn't be necessary (%d)\n", bigCount);
         }
-    } else {
-        buffer = static_cast<unsigned char*>(std::malloc(kBigBytes + kSlackBytes));
     }
+    if (!buffer) buffer = static_cast<unsigned char*>(std::malloc(kBigBytes + kSlackBytes));
     if (!buffer) return nullptr;
     bytesInMemory += kBigBytes;
     auto* w = reinterpret_cast<std::uint32_t*>(buffer);
@@ -323,7 +323,16 @@ void SmartImageCache::ReleaseStorage(PageData* page) {
     }
 }
 
-void SmartImageCache::PageOut(PageData* page) {
+void SmartImageCache::SwapFailed_(const SwapFile& file) {
+    swapRetryAt = vlOS::performanceCounter() + vlOS::performanceFrequency();
+    if (swapTroubleTold) return;
+    swapTroubleTold = true;
+    const std::string text = std::string(file.GetLastError()) +
+                             "; pages stay in memory, over budget, until the swap files work";
+    SwapReport(file.GetDirectory(), text.c_str());
+}
+
+bool SmartImageCache::PageOut(PageData* page) {
     std::uint32_t value = 0;
     if (SmartImgPage::IsBodySolid(page, value)) {
         page->fillValue = value;
@@ -331,11 +340,21 @@ void SmartImageCache::PageOut(PageData* page) {
         RemoveFromScanList(page);
         page->data = nullptr;
         page->state = SolidFill;
-        return;
+        return true;
     }
+    // In a spell of trouble the disk is tried once a second, by a single write.
+    const bool troubled = swapRetryAt != 0;
+    if (troubled && vlOS::performanceCounter() < swapRetryAt) return false;
     SwapFile& file = page->pixelSize == 4 ? bigSwap : smallSwap;
     SwapBlock* block = file.AllocateBlock();
-    file.WriteBlock(block, page->data);
+    if (!block || !file.WriteBlock(block, page->data, troubled ? 1 : 4)) {
+        file.ReleaseBlock(block);
+        SwapFailed_(file);
+        CheckAfterListChange_();
+        return false;
+    }
+    swapRetryAt = 0;
+    swapTroubleTold = false;
     CheckAfterListChange_();
     // Only now, with the bytes safely out, does the page leave memory.
     RemoveFromInMemList(page);
@@ -344,28 +363,36 @@ void SmartImageCache::PageOut(PageData* page) {
     page->swapBlock = block;
     page->data = nullptr;
     AddToSwappedList(page);
+    return true;
 }
 
-void SmartImageCache::EvictPage(PageData* page) {
-    if (page->state != ValidInMem || page->priority >= kRetainedPriority) return;
+bool SmartImageCache::EvictPage(PageData* page) {
+    if (page->state != ValidInMem || page->priority >= kRetainedPriority) return false;
     unsigned char* buffer = page->data;
-    PageOut(page);
+    if (!PageOut(page)) return false;
     if (buffer) {
         std::free(buffer);
         bytesInMemory -= pageBytes(page);
     }
+    return true;
 }
 
-void SmartImageCache::PageIn(PageData* page) {
-    if (page->state != Swapped) return;
+bool SmartImageCache::PageIn(PageData* page) {
+    if (page->state != Swapped) return true;
     RemoveFromSwappedList(page);
     SwapBlock* block = page->swapBlock;
     SwapFile& file = page->pixelSize == 4 ? bigSwap : smallSwap;
     MakeResident(page);
-    if (page->data && block) file.ReadBlock(block, page->data);
+    const bool read = page->data && block && file.ReadBlock(block, page->data);
+    if (!read && page->data) {
+        // The bytes are lost; a blank page is at least the same on every read from now on.
+        std::memset(page->data, 0, static_cast<size_t>(pageBytes(page)));
+        SwapFailed_(file);
+    }
     file.ReleaseBlock(block);
     page->swapBlock = nullptr;
     CheckAfterListChange_();
+    return read;
 }
 
 int SmartImageCache::ScanOne() {

@@ -1,5 +1,7 @@
 // The one page cache of the process: it owns the pixel memory of every smart page, keeps the
 // residency and scan lists, holds memory under a budget and moves pages to and from swap files.
+// Like all of the page system it is used from one thread at a time and takes no locks: a host
+// that paints several canvases on several threads serialises every call into them itself.
 #pragma once
 
 #include <cstdint>
@@ -22,12 +24,17 @@ class SmartImageCache {
     void MakeResident(PageData* page);
     // Frees the page's memory or swap block; state Freed.
     void ReleaseStorage(PageData* page);
-    // Moves a resident page to SolidFill (no disk) or to Swapped. The caller keeps the buffer.
-    void PageOut(PageData* page);
-    // Pages a resident page out and frees its buffer, as a budget change does.
-    void EvictPage(PageData* page);
-    // Brings a Swapped page back into memory.
-    void PageIn(PageData* page);
+    // Moves a resident page to SolidFill (no disk) or to Swapped, and answers true; the caller
+    // keeps the buffer. When the swap file cannot take the page, the page stays as it was,
+    // resident and dirty, the host is told once, and the answer is false; for a second after
+    // such a failure page-outs fail at once, and then one write tries the disk again.
+    bool PageOut(PageData* page);
+    // Pages a resident page out and frees its buffer, as a budget change does; false when the
+    // page stayed in memory.
+    bool EvictPage(PageData* page);
+    // Brings a Swapped page back into memory. False when its bytes could not be read back: the
+    // page is then resident and blank, and the host has been told.
+    bool PageIn(PageData* page);
     // Scans the first page of the scan list that is not retained; answers whether one was.
     int ScanOne();
     void SetBudget(std::int64_t bytes);
@@ -84,6 +91,14 @@ class SmartImageCache {
     }
     SwapFile& GetSwapFile(int pixelSize) { return pixelSize == 4 ? bigSwap : smallSwap; }
     int IsChecking() const { return checking; }
+    // Whether page-outs are held back after a swap failure.
+    bool InSwapTrouble() const { return swapRetryAt != 0; }
+    // Ends a spell of swap trouble at once, for a host that knows the disk has room again: the
+    // next page-out tries the disk without waiting out the second.
+    void RetrySwapNow() {
+        swapRetryAt = 0;
+        swapTroubleTold = false;
+    }
     int UsesOldImageId() const { return oldImageId; }
 
   private:
@@ -95,6 +110,10 @@ class SmartImageCache {
         if (checking) CheckLists();
     }
     static void AtExit_();
+    // The buffer of a victim that was paged out, or null when it stayed in memory.
+    unsigned char* TakeVictimBuffer_(PageData* victim);
+    // Starts or continues a spell of swap trouble: page-outs wait a second, the host hears once.
+    void SwapFailed_(const SwapFile& file);
 
     static SmartImageCache* instance_;
 
@@ -125,6 +144,10 @@ class SmartImageCache {
     std::int32_t oldImageId;
     std::int32_t lockedWarningArmed;
     std::int32_t lockedWarningSkipped;
+    // Swap trouble: the performance counter value before which no page-out tries the disk (0
+    // when paging works), and whether the host has heard of this spell.
+    std::uint64_t swapRetryAt;
+    bool swapTroubleTold;
 };
 
 // Runs the list check and asks both swap files to shrink; files never shrink while open, so the

@@ -1,6 +1,7 @@
 // The handle of one 128 x 128 smart page: a single pointer to a shared PageData body. Every read
 // or write of page pixels goes through Realize, which unshares (copy on write) and brings the
-// page into memory as the access needs.
+// page into memory as the access needs. Pages, their counts and the cache lists are not guarded:
+// the page system runs on one thread at a time.
 #pragma once
 
 #include <cstdint>

@@ -1,32 +1,25 @@
-// Swap file blocks over the vlOS file calls: directory choice, block reuse, and the write and read
-// loops with their messages.
+// Swap file blocks over the vlOS file calls: directory choice, block reuse, and writes and reads
+// that try a few times with short pauses and then answer failure: the library never waits on the
+// disk for long, and never asks anyone to press a button.
 #include "pigment/smart/SwapFile.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <set>
 #include <string>
 
 #include "pigment/base/vlEnvironment.h"
-#include "pigment/base/vlFilename.h"
 #include "pigment/base/vlOSFile.h"
+#include "pigment/frame/PigmentCallbacks.h"
 #include "pigment/smart/FaultLatch.h"
-
-void (*SwapFile::WriteRetryHook)(int attempt) = nullptr;
 
 namespace {
 
-// The failure of the last Open, kept for a debugger; nothing shows it.
-char openErrorText[1200];
-
-const char kWriteError[] =
-    "An error has been encountered while writing to\nan Image Swap File. The error is:\n%s\nTry to "
-    "free up some disk space,\nand Press Yes to retry -- or to abort, press No\nSaving your canvas "
-    "is recommended after this situation.";
-
-const char kReadError[] =
-    "An error has been encountered while reading from\nan Image Swap File. The error is:\n%s\n"
-    "BytesRead = %d, ObjectSize = %d, FilePos = %d\n,written = %d\nPress Yes to retry -- or to "
-    "abort, press No\nSaving your canvas is recommended after this situation.";
+// The pause before retry n (from 1): 10 ms, then four times longer each time.
+int retryPauseMs(int n) {
+    return 10 << (2 * (n - 1));
+}
 
 void unlinkBlock(SwapBlock*& head, SwapBlock* block) {
     if (block->prev)
@@ -46,6 +39,15 @@ void pushBlock(SwapBlock*& head, SwapBlock* block) {
 
 }  // namespace
 
+void SwapReport(const char* directory, const char* error) {
+    if (void (*host)(const char*, const char*) = PigmentCB()->swapError) {
+        host(directory, error);
+        return;
+    }
+    std::fprintf(stderr, "SID: Swap files in %s: %s\n", directory, error);
+    std::fflush(stderr);
+}
+
 SwapFile::SwapFile(std::uint32_t size)
     : signature(kSmartLiveSignature),
       fd(-1),
@@ -63,47 +65,60 @@ SwapFile::~SwapFile() {
     signature = kSmartDeadSignature;
 }
 
-bool SwapFile::TryCreate_(const char* directory, const char* prefix) {
-    const std::string name = vlOS::uniqueTempName(directory, prefix);
-    std::snprintf(path, sizeof(path), "%s", name.c_str());
-    vlOS::fileDelete(path);
-    fd = vlOS::fileCreateReadWrite(path);
-    return fd >= 0;
+void SwapFile::Failed_(const char* what) {
+    lastError = std::string(what) + " (" + vlOS::lastErrorText() + ")";
 }
 
-void SwapFile::Open() {
-    if (isOpen) return;
-    // SID_TEMP_DIR wins over TMP by standing in for it while the name is chosen.
-    std::string sidTemp, savedTmp;
-    bool rememberTmp = false, hadTmp = false;
-    if (vlOS::getEnvironment("SID_TEMP_DIR", sidTemp)) {
-        rememberTmp = true;
-        hadTmp = vlOS::getEnvironment("TMP", savedTmp);
-        vlOS::setEnvironment("TMP", sidTemp.c_str());
+bool SwapFile::TryCreate_(const std::string& dir) {
+    // A name taken meanwhile by someone else is simply passed over; anything else is a failure
+    // of the directory.
+    for (int attempt = 0; attempt < 16; ++attempt) {
+        const std::string name = vlOS::uniqueTempName(dir.c_str(), "SID");
+        fd = vlOS::fileCreateExclusive(name.c_str());
+        if (fd >= 0) {
+            std::snprintf(path, sizeof(path), "%s", name.c_str());
+            // Gone from the directory at once: the descriptor keeps the file as long as it is
+            // needed, and nothing is left behind whichever way the process ends.
+            vlOS::fileDelete(path);
+            directory = dir;
+            return true;
+        }
+        if (errno != EEXIST) break;
     }
-    std::string directory;
-    if (!vlOS::getEnvironment("TMP", directory) || directory.empty())
-        directory = vlOS::getTempDirectory().str();
+    Failed_("cannot create a swap file");
+    return false;
+}
 
-    bool created = TryCreate_(directory.c_str(), "SID");
-    if (!created) created = TryCreate_(vlOS::getTempDirectory().str().c_str(), "SID");
-    if (!created) created = TryCreate_("/tmp", "SIDTMP");
-
-    if (rememberTmp) {
-        if (hadTmp)
-            vlOS::setEnvironment("TMP", savedTmp.c_str());
-        else
-            vlOS::unsetEnvironment("TMP");
+bool SwapFile::Open() {
+    if (isOpen) return true;
+    // Each named directory that cannot be used is reported once in the life of the process.
+    static std::set<std::string> reported;
+    // When every directory fails, the first one tried is the one to name: it is where the host
+    // meant the files to go.
+    std::string firstDir, firstError;
+    for (const char* variable : {"SID_TEMP_DIR", "TMP", "TMPDIR", ""}) {
+        std::string dir = "/tmp";
+        if (*variable && (!vlOS::getEnvironment(variable, dir) || dir.empty())) continue;
+        if (vlOS::directoryWritable(dir.c_str())) {
+            if (TryCreate_(dir)) {
+                isOpen = 1;
+                return true;
+            }
+        } else {
+            Failed_("not a directory the swap files can be written in");
+            if (*variable && reported.insert(dir).second)
+                SwapReport(dir.c_str(),
+                           (lastError + ", named by " + variable + "; trying the next").c_str());
+        }
+        if (firstDir.empty()) firstDir = dir, firstError = lastError;
     }
-    if (!created)
-        std::snprintf(openErrorText, sizeof(openErrorText), "SwapFile::Open: (%s) Error: %s", path,
-                      vlOS::lastErrorText());
-    if (!created) path[0] = '\0';
-    isOpen = fd > 0 ? 1 : 0;
+    directory = firstDir;
+    lastError = firstError;
+    return false;
 }
 
 SwapBlock* SwapFile::AllocateBlock() {
-    Open();
+    if (!Open()) return nullptr;
     SwapBlock* block = freeHead;
     if (block) {
         unlinkBlock(freeHead, block);
@@ -120,52 +135,47 @@ SwapBlock* SwapFile::AllocateBlock() {
 
 void SwapFile::ReleaseBlock(SwapBlock* block) {
     if (!block) return;
-    Open();
     unlinkBlock(usedHead, block);
     --usedCount;
     pushBlock(freeHead, block);
     ++freeCount;
 }
 
-void SwapFile::WriteBlock(SwapBlock* block, const void* bytes) {
-    vlOS::clearLastError();
+bool SwapFile::WriteBlock(SwapBlock* block, const void* bytes, int attempts) {
     if (FaultLatch) {
         std::printf("SID: Paging Out %d\n", static_cast<int>(FaultLatch));
         std::fflush(stdout);
     }
-    // No limit and no pause: the page stays resident until its bytes are safely out.
     for (int attempt = 1;; ++attempt) {
+        vlOS::clearLastError();
         block->lastSeek = vlOS::fileSeek(fd, block->offset);
         if (block->lastSeek == block->offset) {
             const std::int64_t written = vlOS::fileWrite(fd, bytes, block->size);
             block->lastWritten = static_cast<std::int32_t>(written);
-            if (written == static_cast<std::int64_t>(block->size)) return;
+            if (written == static_cast<std::int64_t>(block->size)) return true;
+            // A short count leaves errno clear: the disk filled up part way.
+            if (written >= 0 && errno == 0) errno = ENOSPC;
         }
-        std::printf(kWriteError, vlOS::lastErrorText());
-        std::printf("\n");
-        std::fflush(stdout);
-        if (WriteRetryHook) WriteRetryHook(attempt);
+        Failed_("cannot write a page");
+        if (attempt >= attempts) return false;
+        vlOS::sleepMs(retryPauseMs(attempt));
     }
 }
 
-int SwapFile::ReadBlock(SwapBlock* block, void* bytes) {
-    Open();
-    std::int64_t got = 0;
-    for (int attempt = 0; attempt < 10; ++attempt) {
+bool SwapFile::ReadBlock(SwapBlock* block, void* bytes) {
+    for (int attempt = 1;; ++attempt) {
         vlOS::clearLastError();
         block->lastSeek = vlOS::fileSeek(fd, block->offset);
-        got = 0;
         if (block->lastSeek == block->offset) {
-            got = vlOS::fileRead(fd, bytes, block->size);
-            if (got == static_cast<std::int64_t>(block->size)) break;
+            const std::int64_t got = vlOS::fileRead(fd, bytes, block->size);
+            if (got == static_cast<std::int64_t>(block->size)) return true;
+            // Fewer bytes than were written: the file was cut short under us.
+            if (got >= 0 && errno == 0) errno = EIO;
         }
-        std::printf(kReadError, vlOS::lastErrorText(), static_cast<int>(got),
-                    static_cast<int>(block->size), static_cast<int>(block->lastSeek),
-                    static_cast<int>(block->lastWritten));
-        std::printf("\n");
-        std::fflush(stdout);
+        Failed_("cannot read a page back");
+        if (attempt >= 3) return false;
+        vlOS::sleepMs(retryPauseMs(attempt));
     }
-    return static_cast<int>(got);
 }
 
 void SwapFile::CloseAndDelete() {
@@ -178,11 +188,6 @@ void SwapFile::CloseAndDelete() {
     freeCount = 0;
     if (fd >= 0) vlOS::fileClose(fd);
     fd = -1;
-    if (path[0]) {
-        vlOS::fileSetNormalAttributes(path);
-        vlOS::fileDelete(path);
-        path[0] = '\0';
-    }
     isOpen = 0;
 }
 

@@ -1,5 +1,6 @@
 // The canvas as the image frame sees it: an unbounded image of 8-bit pixels (one or four channels)
-// kept in a SmartImage page table, with copy-on-write snapshots through smart seeds.
+// kept in a SmartImage page table, with copy-on-write snapshots through smart seeds. Canvases share
+// one page registry and cache without locks: use them all from one thread at a time.
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,8 @@
 // The operating-system layer: unique temporary names, file round trips, the large heap, the
 // application log, timing.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstring>
@@ -63,6 +65,35 @@ TEST(OSFile, UniqueNamesAndWriteSeekReadRoundTrip) {
     EXPECT_TRUE(vlOS::fileSetNormalAttributes(path.c_str()) && vlOS::fileDelete(path.c_str()));
     EXPECT_FALSE(vlOS::fileExists(path.c_str()) || vlOS::fileDelete(path.c_str()));
     EXPECT_EQ(vlOS::fileCreateReadWrite((dir.path + "/missing/x").c_str()), -1);
+}
+
+// An exclusive create never opens what already stands at the path: not a file, and not a link
+// planted towards a file elsewhere, which keeps its bytes. What it makes is private to the user.
+TEST(OSFile, ExclusiveCreateRefusesWhatIsAlreadyThere) {
+    TempDir dir;
+    const std::string victim = dir.path + "/victim", planted = dir.path + "/planted",
+                      existing = dir.path + "/existing", fresh = dir.path + "/fresh";
+    std::ofstream(victim) << "precious";
+    std::ofstream(existing) << "old";
+    ASSERT_EQ(symlink(victim.c_str(), planted.c_str()), 0);
+    EXPECT_EQ(vlOS::fileCreateExclusive(planted.c_str()), -1);
+    EXPECT_EQ(vlOS::fileCreateExclusive(existing.c_str()), -1);
+    std::ifstream in(victim);
+    std::string kept;
+    in >> kept;
+    EXPECT_EQ(kept, "precious");
+
+    const int fd = vlOS::fileCreateExclusive(fresh.c_str());
+    ASSERT_GE(fd, 0);
+    struct stat st;
+    ASSERT_EQ(fstat(fd, &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0600u);
+    vlOS::fileClose(fd);
+
+    EXPECT_TRUE(vlOS::directoryWritable(dir.path.c_str()));
+    EXPECT_FALSE(vlOS::directoryWritable(victim.c_str())) << "a file";
+    EXPECT_FALSE(vlOS::directoryWritable((dir.path + "/missing").c_str()));
+    EXPECT_FALSE(vlOS::directoryWritable(""));
 }
 
 TEST(OSFile, AppOutputWritesLinesWhileOpen) {

@@ -62,7 +62,8 @@ TEST_F(SmartCanvasSwap, CanvasFarLargerThanTheBudgetReadsBackExact) {
     // One tile's pages may be resident beyond the budget while the tile is written.
     EXPECT_LE(peak, cache->GetBudget() + 2 * (kTile / 128) * (kTile / 128) * 65536);
     EXPECT_GT(cache->GetSwappedCount(), 0);
-    EXPECT_FALSE(swap.dir.files().empty());
+    EXPECT_TRUE(cache->GetSwapFile(4).IsOpen());
+    EXPECT_TRUE(swap.dir.files().empty()) << "swap files have no name while in use";
 
     // Read back in the opposite order, so that every page comes in from disk.
     std::vector<std::uint32_t> expect(tile.size());
@@ -77,7 +78,7 @@ TEST_F(SmartCanvasSwap, CanvasFarLargerThanTheBudgetReadsBackExact) {
     EXPECT_GT(cache->GetMisses(), 0);
 
     canvas.reset();
-    EXPECT_TRUE(swap.dir.files().empty()) << "the last smart image takes the swap files with it";
+    EXPECT_FALSE(cache->GetSwapFile(4).IsOpen()) << "the last smart image closes the swap files";
     EXPECT_EQ(cache->GetImageCount(), 0);
 }
 

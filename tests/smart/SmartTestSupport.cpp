@@ -64,9 +64,11 @@ SwapScope::SwapScope() {
     setenv("SID_TEMP_DIR", dir.path.c_str(), 1);
     closeSwapFiles();
     SmartImageCache::GetInstance()->SetBudget(0);  // clamps to the floor
+    SmartImageCache::GetInstance()->RetrySwapNow();
 }
 
 SwapScope::~SwapScope() {
+    SmartImageCache::GetInstance()->RetrySwapNow();
     closeSwapFiles();
     unsetenv("SID_TEMP_DIR");
 }
