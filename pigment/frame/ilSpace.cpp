@@ -1,6 +1,8 @@
 #include "pigment/frame/ilSpace.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <type_traits>
 #include <utility>
 
 namespace {
@@ -81,6 +83,18 @@ bool ilSpaceIsMirror(int from, int to) {
 
 namespace {
 
+// The start of a mirrored axis. Integer tiles are mirrored in 64 bits and held to the int range:
+// a tile far beyond the image stays far beyond it, on the other side.
+template <typename T>
+T mirrored(int size, T extent, T start) {
+    if constexpr (std::is_integral_v<T>) {
+        const int64_t v = int64_t(size) - extent - start;
+        return static_cast<T>(std::clamp<int64_t>(v, INT32_MIN, INT32_MAX));
+    } else {
+        return static_cast<T>(size) - extent - start;
+    }
+}
+
 template <typename Tile, typename T>
 void mapTileImpl(int from, int to, const ilSize& size, Tile& t) {
     int flip, transpose;
@@ -89,8 +103,8 @@ void mapTileImpl(int from, int to, const ilSize& size, Tile& t) {
         std::swap(t.x, t.y);
         std::swap(t.nx, t.ny);
     }
-    if (flip & ilFlipX) t.x = static_cast<T>(size.x) - t.nx - t.x;
-    if (flip & ilFlipY) t.y = static_cast<T>(size.y) - t.ny - t.y;
+    if (flip & ilFlipX) t.x = mirrored<T>(size.x, t.nx, t.x);
+    if (flip & ilFlipY) t.y = mirrored<T>(size.y, t.ny, t.y);
 }
 
 }  // namespace
@@ -130,8 +144,9 @@ void ilSpaceMapXYSign(int from, int to, int& x, int& y) {
     int flip, transpose;
     ilSpaceFlipTrans(from, to, flip, transpose);
     if (transpose) std::swap(x, y);
-    if (flip & ilFlipX) x = -x;
-    if (flip & ilFlipY) y = -y;
+    // INT_MIN has no negative: it goes to INT_MAX.
+    if (flip & ilFlipX) x = x == INT32_MIN ? INT32_MAX : -x;
+    if (flip & ilFlipY) y = y == INT32_MIN ? INT32_MAX : -y;
 }
 
 void ilSpaceMapSize(int from, int to, ilSize& size) {

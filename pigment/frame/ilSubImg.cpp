@@ -181,7 +181,7 @@ int ilSubImg::inputChannel(int w) const {
     return w + startC;
 }
 
-ilConfig* ilSubImg::composeConfig(ilConfig* cfg, ilImage* input, int& flag) {
+ilConfig* ilSubImg::composeConfig(ilConfig* cfg, int& flag) {
     auto* out = new ilConfig(cfg ? *cfg : config);
     flag = 1;
     if (!out->coordSpace) out->coordSpace = coordSpace;
@@ -196,9 +196,8 @@ ilConfig* ilSubImg::composeConfig(ilConfig* cfg, ilImage* input, int& flag) {
     // The caller's channels are the window's: an offset or a list counts from the window's first
     // channel and stops at its last, whatever the input holds beyond.
     const int n = out->nChans;
-    const bool spills = static_cast<int64_t>(cfg->chanOffset) + n > size.c &&
-                        static_cast<int64_t>(startC) + size.c < input->getNumChans();
-    if (!cfg->chanList && !config.chanList && cfg->chanOffset >= 0 && !spills) {
+    const bool inside = cfg->chanOffset >= 0 && static_cast<int64_t>(cfg->chanOffset) + n <= size.c;
+    if (!cfg->chanList && !config.chanList && inside) {
         out->chanOffset = cfg->chanOffset + startC;
         return out;
     }
@@ -256,7 +255,7 @@ ilStatus ilSubImg::forward(ilTile tile, void* data, ilTile box, ilConfig* cfg, b
     // empty tile for the whole buffer box and reach pixels outside the window.
     if (tile.empty()) return ilOK;
     int flag;
-    ilConfig* composed = composeConfig(cfg, input, flag);
+    ilConfig* composed = composeConfig(cfg, flag);
     toInput(input, tile, box, cfg, composed->coordSpace);
     s = write ? input->setSubTile3D(tile.x, tile.y, tile.z, tile.nx, tile.ny, tile.nz, data, box.x,
                                     box.y, box.z, box.nx, box.ny, box.nz, composed)

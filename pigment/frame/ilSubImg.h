@@ -49,7 +49,7 @@ class ilSubImg : public ilImage {
     void init(ilImage* image, int x, int y, int z, int c, ilConfig* cfg);
     // The config for talking to the input: the caller's (or the window's own) with the window's
     // channel map applied. flag tells freeConfig what it owns: 1 the record, -1 record and list.
-    ilConfig* composeConfig(ilConfig* cfg, ilImage* input, int& flag);
+    ilConfig* composeConfig(ilConfig* cfg, int& flag);
     // The input channel that window channel w shows, or -1 outside the window.
     int inputChannel(int w) const;
     // The shared road of reads and writes: clip to the window, move into the input, forward.

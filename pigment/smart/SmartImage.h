@@ -183,5 +183,6 @@ class PageIterator {
     PageListItem* items;
     std::int32_t count;
     std::int32_t current;
-    std::int32_t created;
+    // Whether the walk created missing pages; kept for a debugger.
+    [[maybe_unused]] std::int32_t created;
 };

@@ -5,83 +5,21 @@
 
 #include <cstring>
 #include <memory>
-#include <sstream>
 
 #include "pigment/frame/ilConstImg.h"
 #include "pigment/frame/ilMemoryImg.h"
-#include "support/RandomCases.h"
+#include "support/TileCases.h"
 
 using namespace ref;
 
 namespace {
 
-constexpr size_t kGuard = 64;
-
-// A caller buffer with guard bytes on both sides, all of it prefilled with a random pattern.
-struct Guarded {
-    Bytes mem;
-    Guarded(Rng& rng, int64_t bytes) : mem(size_t(bytes) + 2 * kGuard) {
-        for (auto& b : mem)
-            b = rng.byte();
-    }
-    unsigned char* data() { return mem.data() + kGuard; }
-};
-
-Bytes blockOf(ilMemoryImg& img) {
-    auto* p = static_cast<const unsigned char*>(img.getDataPtr());
-    return Bytes(p, p + img.mem_used());
-}
-
-std::string show(const ilTile& t) {
-    std::ostringstream o;
-    o << t.x << "," << t.y << "," << t.z << " " << t.nx << "x" << t.ny << "x" << t.nz;
-    return o.str();
-}
-
-std::string show(const Image& r) {
-    std::ostringstream o;
-    o << "image type " << r.type << " order " << r.order << " size " << r.size.x << "x" << r.size.y
-      << "x" << r.size.z << "x" << r.size.c << " space " << r.space << " fill type "
-      << r.fill.type() << " nc " << r.fill.nc();
-    return o.str();
-}
-
-// A memory image of random type, order, size, space, fill and pixels, and its model.
-std::unique_ptr<ilMemoryImg> randomImage(Rng& rng, Image& r) {
-    r.type = rng.pick(kTypes);
-    r.order = rng.pick(kOrders);
-    r.size = ilSize(rng.oneIn(4) ? rng.range(10, 37) : rng.range(1, 9),
-                    rng.oneIn(4) ? rng.range(10, 23) : rng.range(1, 7),
-                    rng.oneIn(4) ? rng.range(2, 3) : 1, rng.range(1, 5));
-    auto img = std::make_unique<ilMemoryImg>(r.size, r.type, r.order);
-    if (rng.oneIn(4)) {
-        r.space = rng.range(1, 8);
-        img->setCoordSpace(static_cast<ilCoordSpace>(r.space));
-    }
-    if (!rng.oneIn(4)) {
-        Layout f;
-        f.type = rng.pick(kTypes);
-        f.nc = rng.range(1, 6);
-        f.solid = true;
-        img->setFill(ilPixel(f.type, f.nc, rng.data(f).data()));
-    }
-    r.bytes = rng.data(r.layout());
-    std::memcpy(img->getDataPtr(), r.bytes.data(), r.bytes.size());
-    r.fill = img->getFill();
-    return img;
-}
-
 int failures = 0;
 
 // Compares two byte images; describes the first difference of the first few failures.
 void same(const Bytes& got, const Bytes& want, const std::string& what) {
-    if (got == want) return;
-    size_t i = 0;
-    while (got[i] == want[i])
-        ++i;
-    if (++failures <= 5)
-        ADD_FAILURE() << what << "\nfirst difference at byte " << i << ": " << int(got[i])
-                      << " instead of " << int(want[i]);
+    const std::string wrong = difference(got, want);
+    if (!wrong.empty() && ++failures <= 5) ADD_FAILURE() << what << "\n" << wrong;
 }
 
 }  // namespace
@@ -94,52 +32,25 @@ TEST(MemoryImgRandom, TileOperationsMatchTheModel) {
     for (int n = 0; n < 10000 && failures < 5; ++n) {
         Image r;
         auto img = randomImage(rng, r);
-        Layout b;
-        const bool useCfg = !rng.oneIn(8);
-        if (useCfg) {
-            b = rng.layout(r.size.c);
-            b.space = rng.range(0, 8);
-        } else {
-            b.type = r.type, b.order = r.order, b.nc = r.size.c;
-        }
-        const int m = std::max(r.size.x, r.size.y);
-        b.box = ilTile(rng.range(-3, m), rng.range(-3, m), rng.range(-1, r.size.z - 1),
-                       rng.range(1, m + 4), rng.range(1, m + 4), rng.range(1, r.size.z + 1));
-        const ilTile t = rng.near(b.box), B = b.box;
-        ilConfig cfg = b.config();
-        // Zero channels in a config stand for the image's own count.
-        if (b.nc == r.size.c && b.list.empty() && rng.oneIn(2)) cfg.nChans = 0;
-        const int op = rng.range(0, 2);
-        std::string what = "case " + std::to_string(n) + " op " + std::to_string(op) + ": " +
-                           show(r) + (useCfg ? "; " : "; no cfg; ") + b.describe() + "; tile " +
-                           show(t);
-        if (op == 0) {
-            Guarded out(rng, b.bytes());
-            Bytes want = out.mem;
-            read(r, b, t, want.data() + kGuard);
-            EXPECT_EQ(img->getSubTile3D(t.x, t.y, t.z, t.nx, t.ny, t.nz, out.data(), B.x, B.y, B.z,
-                                        B.nx, B.ny, B.nz, useCfg ? &cfg : nullptr),
-                      ilOK);
-            same(out.mem, want, what);
-        } else if (op == 1) {
-            Bytes src = rng.data(b);
-            const Bytes before = src;
-            const ilStatus want = write(r, b, t, src.data()) ? ilOK : ilConfigNotInvertible;
-            EXPECT_EQ(img->setSubTile3D(t.x, t.y, t.z, t.nx, t.ny, t.nz, src.data(), B.x, B.y, B.z,
-                                        B.nx, B.ny, B.nz, useCfg ? &cfg : nullptr),
-                      want);
-            EXPECT_EQ(src, before) << "the written buffer is only read";
-            same(blockOf(*img), r.bytes, what);
-        } else {
-            Layout px = b;
-            px.solid = true;
-            const Bytes pixel = rng.data(px);
-            ilTile ex = rng.oneIn(5) ? ilTile(-8, -8, -2, 60, 60, 8) : rng.near(t);
-            const ilTile* exclude = rng.oneIn(3) ? nullptr : &ex;
-            const void* data = rng.oneIn(6) ? nullptr : pixel.data();
-            fill(r, b, t, data, exclude);
-            EXPECT_EQ(img->fillTile3D(t.x, t.y, t.z, t.nx, t.ny, t.nz, data, &cfg, exclude), ilOK);
-            same(blockOf(*img), r.bytes, what + (exclude ? " excluding " + show(ex) : ""));
+        const std::string wrong = memoryTileCase(rng, r, *img);
+        if (!wrong.empty() && ++failures <= 5) ADD_FAILURE() << "case " << n << ": " << wrong;
+    }
+}
+
+// Reads and writes through windows of every origin, size and channel selection over random
+// memory images: inside the window the input's pixels, outside only the window's fill, and never
+// a pixel of the input beyond the window.
+TEST(MemoryImgRandom, WindowsMatchTheModel) {
+    failures = 0;
+    Rng rng(7002);
+    for (int n = 0; n < 4000 && failures < 5; ++n) {
+        Image r;
+        auto img = randomImage(rng, r);
+        Window w;
+        randomWindow(rng, r, *img, w);
+        for (int op = 0; op < 3; ++op) {
+            const std::string wrong = windowTileCase(rng, r, w);
+            if (!wrong.empty() && ++failures <= 5) ADD_FAILURE() << "case " << n << ": " << wrong;
         }
     }
 }

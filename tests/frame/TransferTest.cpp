@@ -9,114 +9,20 @@
 
 #include "pigment/frame/ilData.h"
 #include "pigment/frame/ilTileTransfer_p.h"
-#include "support/RandomCases.h"
+#include "support/TransferCases.h"
 
 namespace {
 
 using namespace ref;
-
-// One side of an engine move: a layout with its storage, or a solid pixel, and its clips.
-struct Side {
-    Layout l;
-    Bytes data;
-    ilPixel pixel;
-    bool regionActive = false;
-    ilTile region, exclude = ilTile(0, 0, 0, 0, 0, 0);
-
-    ilTileBlock block(Bytes& storage) const {
-        const int* list = l.list.empty() ? nullptr : l.list.data();
-        ilTileBlock b =
-            l.solid ? ilTileBlock(pixel, list, l.offset, &exclude)
-                    : ilTileBlock(storage.data(), l.box, l.type, l.order, l.nc, l.offset, list);
-        if (regionActive) b.setRegion(region);
-        if (!l.solid) b.setFlip(l.flipX, l.flipY, l.exchange), b.setExclude(exclude);
-        return b;
-    }
-    std::string describe() const {
-        std::ostringstream o;
-        o << l.describe() << (regionActive ? " region " : " no region ") << region.x << ","
-          << region.y << "," << region.z << " " << region.nx << "x" << region.ny << "x" << region.nz
-          << " exclude " << exclude.x << "," << exclude.y << "," << exclude.z << " " << exclude.nx
-          << "x" << exclude.ny << "x" << exclude.nz;
-        return o.str();
-    }
-};
-
-ilTile randomBox(Rng& rng) {
-    return ilTile(rng.range(-3, 3), rng.range(-3, 3), rng.range(-1, 1),
-                  rng.oneIn(5) ? rng.range(16, 40) : rng.range(1, 8), rng.range(1, 6),
-                  rng.range(1, 3));
-}
-
-// Mirrors, exchange and region of a buffer side; its box is near `share` when given.
-void randomGeometry(Rng& rng, Side& s, const ilTile* share) {
-    s.l.box = share ? (rng.oneIn(3) ? *share : rng.near(*share)) : randomBox(rng);
-    if (s.l.box.empty()) s.l.box = randomBox(rng);
-    s.l.flipX = rng.oneIn(4);
-    s.l.flipY = rng.oneIn(4);
-    s.l.exchange = rng.oneIn(5);
-    s.regionActive = rng.oneIn(3);
-    s.region = rng.near(s.l.box);
-}
-
-// None mostly; now and then one near the box, one covering everything or an x slice splitting it.
-ilTile randomExclude(Rng& rng, const ilTile& b) {
-    const int kind = rng.range(0, 9);
-    if (kind < 2) return rng.near(b);
-    if (kind == 2) return ilTile(-100, -100, -100, 300, 300, 300);
-    if (kind == 3) return ilTile(b.x + b.nx / 2, -100, -100, rng.range(1, 2), 300, 300);
-    return ilTile(0, 0, 0, 0, 0, 0);
-}
-
-struct Outcome {
-    Bytes engine, reference;
-    ilTileTransfer::PathCounts paths;
-};
-
-Outcome runBoth(const Side& d, const Side& s, bool fast) {
-    Outcome out{d.data, d.data, {}};
-    Bytes source = s.data;
-    ilTileBlock db = d.block(out.engine), sb = s.block(source);
-    const ilTileBlock before = sb;
-    ilTileTransfer t(db, sb);
-    t.fastPathEnabled = fast;
-    t.run();
-    out.paths = t.paths;
-    // The source is only read, and a widened solid leaves the caller's block alone.
-    EXPECT_EQ(source, s.data);
-    EXPECT_TRUE(sb.data == before.data && sb.nChans == before.nChans && sb.type == before.type);
-    transfer(d.l, out.reference.data(), d.regionActive ? &d.region : nullptr, s.l,
-             s.l.solid ? s.pixel.elems() : s.data.data(), s.regionActive ? &s.region : nullptr,
-             s.exclude);
-    return out;
-}
 
 TEST(TransferRandom, MatchesReferenceOverAllTypesOrdersAndChannelMaps) {
     Rng rng(20240611);
     int mismatches = 0, moved = 0;
     for (int n = 0; n < 24000 && mismatches < 5; ++n) {
         Side d, s;
-        d.l = rng.layout(5);
-        randomGeometry(rng, d, nullptr);
-        d.exclude = randomExclude(rng, d.l.box);  // a destination's exclusion plays no part
-        d.data = rng.data(d.l);
-        s.l = rng.layout(5);
-        if (rng.oneIn(6)) {
-            s.l.solid = true;
-            s.l.nc = rng.range(1, d.l.nc + 1);
-            rng.channels(s.l, 5);
-            const Bytes px = rng.data(s.l);
-            s.pixel.set(s.l.type, s.l.nc, px.data());
-            s.regionActive = rng.oneIn(3);
-            s.region = rng.near(d.l.box);
-        } else {
-            if (rng.oneIn(3)) s.l.nc = d.l.nc, rng.channels(s.l, 5);
-            randomGeometry(rng, s, &d.l.box);
-            s.data = rng.data(s.l);
-        }
-        s.exclude = randomExclude(rng, d.l.box);
-
+        randomMove(rng, d, s);
         const Outcome o = runBoth(d, s, rng.oneIn(2));
+        EXPECT_TRUE(o.sourceKept);
         if (o.engine != o.reference && ++mismatches)
             ADD_FAILURE() << "case " << n << "\n dest   " << d.describe() << "\n source "
                           << s.describe();
@@ -176,6 +82,7 @@ TEST(TransferRandom, FastPathAgreesWithKernels) {
         s.data = rng.data(s.l);
 
         const Outcome fast = runBoth(d, s, true), slow = runBoth(d, s, false);
+        EXPECT_TRUE(fast.sourceKept && slow.sourceKept);
         EXPECT_EQ(slow.paths.wholeCopies + slow.paths.channelCopies + slow.paths.rowCopies, 0);
         if ((fast.engine != slow.engine || fast.engine != fast.reference) && ++mismatches)
             ADD_FAILURE() << "case " << n << (fast.engine != slow.engine ? " fast!=kernel" : "")

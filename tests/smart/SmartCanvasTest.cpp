@@ -7,7 +7,7 @@
 
 #include "SmartTestSupport.h"
 #include "pigment/frame/ilMemoryImg.h"
-#include "support/RandomCases.h"
+#include "support/TileCases.h"
 
 namespace {
 
@@ -128,6 +128,21 @@ TEST_F(SmartCanvas, RandomTrafficAgreesWithMemoryImage) {
             ASSERT_EQ(mem.getSubTile3Dv2(t, b.data(), l.box, &cb), ilOK);
             ASSERT_EQ(a, b) << "read " << i << " at " << t.x << "," << t.y << " " << t.nx << "x"
                             << t.ny << " " << l.describe();
+        }
+    }
+}
+
+// The same traffic held against the plain model directly, on canvases of random size, channels,
+// fill and place.
+TEST_F(SmartCanvas, RandomTrafficMatchesTheModel) {
+    ref::Rng rng(4321);
+    int failures = 0;
+    for (int n = 0; n < 12 && failures < 5; ++n) {
+        ref::Canvas c;
+        ref::randomCanvas(rng, c);
+        for (int op = 0; op < 60; ++op) {
+            const std::string wrong = ref::canvasTileCase(rng, c);
+            if (!wrong.empty() && ++failures <= 5) ADD_FAILURE() << "canvas " << n << ": " << wrong;
         }
     }
 }

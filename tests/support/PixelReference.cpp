@@ -69,7 +69,7 @@ void storeInt(ilType type, void* base, int64_t i, int64_t v) {
 }
 
 bool inside(const ilTile& t, int x, int y, int z) {
-    return x >= t.x && x < t.x + t.nx && y >= t.y && y < t.y + t.ny && z >= t.z && z < t.z + t.nz;
+    return x >= t.x && x < t.endX() && y >= t.y && y < t.endY() && z >= t.z && z < t.endZ();
 }
 
 }  // namespace
@@ -189,9 +189,9 @@ void transfer(const Layout& d, void* dData, const ilTile* dRegion, const Layout&
     const Layout src = s.solid && s.nc < d.nc ? widen(s, sData, d, wide) : s;
     if (!wide.empty()) sData = wide.data();
     const ilTile& b = d.box;
-    for (int z = b.z; z < b.z + b.nz; ++z)
-        for (int y = b.y; y < b.y + b.ny; ++y)
-            for (int x = b.x; x < b.x + b.nx; ++x) {
+    for (int z = b.z; z < b.endZ(); ++z)
+        for (int y = b.y; y < b.endY(); ++y)
+            for (int x = b.x; x < b.endX(); ++x) {
                 if ((dRegion && !inside(*dRegion, x, y, z)) ||
                     (!s.solid && !inside(s.box, x, y, z)) ||
                     (sRegion && !inside(*sRegion, x, y, z)) ||
@@ -229,9 +229,10 @@ template <typename F>
 void walk(const Image& img, const Layout& b, const ilTile& t, F f) {
     const ilTile r = t.empty() ? b.box : t;
     const ilTile& B = b.box;
-    for (int w = std::max(r.z, B.z); w < std::min(r.z + r.nz, B.z + B.nz); ++w)
-        for (int v = std::max(r.y, B.y); v < std::min(r.y + r.ny, B.y + B.ny); ++v)
-            for (int u = std::max(r.x, B.x); u < std::min(r.x + r.nx, B.x + B.nx); ++u) {
+    // Ends in 64 bits: tiles near the integer limits are part of the traffic.
+    for (int w = std::max(r.z, B.z); w < std::min(r.endZ(), B.endZ()); ++w)
+        for (int v = std::max(r.y, B.y); v < std::min(r.endY(), B.endY()); ++v)
+            for (int u = std::max(r.x, B.x); u < std::min(r.endX(), B.endX()); ++u) {
                 int ix = u, iy = v;
                 if (b.space) toImage(b.space, img.space, img.size, ix, iy);
                 f(u, v, w, ix, iy);

@@ -4,6 +4,21 @@
 
 namespace ref {
 
+uint32_t Rng::take(int n) {
+    uint32_t v = 0;
+    for (int i = 0; i < n && left_ > 0; ++i, --left_)
+        v |= uint32_t(*bytes_++) << (8 * i);
+    return v;
+}
+
+int Rng::range(int lo, int hi) {
+    if (!fed_) return std::uniform_int_distribution<int>(lo, hi)(gen_);
+    if (hi <= lo) return lo;
+    const uint64_t span = uint64_t(int64_t(hi) - lo) + 1;
+    const int n = span <= 0x100 ? 1 : span <= 0x10000 ? 2 : span <= 0x1000000 ? 3 : 4;
+    return static_cast<int>(lo + int64_t(take(n) % span));
+}
+
 double Rng::real() {
     static const double special[] = {300.7,        -1.5,         0.5,           -0.5,     255.0,
                                      256.0,        257.0,        65536.0,       -1.0,     3e9,

@@ -12,9 +12,15 @@ namespace ref {
 class Rng {
   public:
     explicit Rng(uint32_t seed) : gen_(seed) {}
-    int range(int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(gen_); }
+    // Choices taken from the bytes instead, as few a choice as its range needs, and 0 once they
+    // run out: a fuzzer then steers every choice through its input.
+    Rng(const uint8_t* bytes, size_t size) : gen_(0), bytes_(bytes), left_(size), fed_(true) {}
+
+    int range(int lo, int hi);
     bool oneIn(int n) { return range(0, n - 1) == 0; }
-    unsigned char byte() { return static_cast<unsigned char>(gen_()); }
+    unsigned char byte() { return fed_ ? static_cast<unsigned char>(take(1)) : uint8_t(gen_()); }
+    // Whether the bytes of a fed generator are used up.
+    bool exhausted() const { return fed_ && left_ == 0; }
     template <typename T, size_t N>
     T pick(const T (&a)[N]) {
         return a[range(0, int(N) - 1)];
@@ -36,7 +42,13 @@ class Rng {
     Layout layout(int chans);
 
   private:
+    // The next n bytes (up to 4) of a fed generator as a little-endian number.
+    uint32_t take(int n);
+
     std::mt19937 gen_;
+    const uint8_t* bytes_ = nullptr;
+    size_t left_ = 0;
+    bool fed_ = false;
 };
 
 }  // namespace ref
