@@ -66,3 +66,5 @@
 #include "pigment/smart/SwapBlock.h"
 #include "pigment/smart/SwapFile.h"
 #include "pigment/smart/ilSmartImage.h"
+
+#include "pigment/paint/ImagePaintObj.h"
