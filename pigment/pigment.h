@@ -68,3 +68,8 @@
 #include "pigment/smart/ilSmartImage.h"
 
 #include "pigment/paint/ImagePaintObj.h"
+
+#include "pigment/filter/CornerWarpSolver.h"
+#include "pigment/filter/PerspectiveWarpSolver.h"
+#include "pigment/filter/QuadSolver.h"
+#include "pigment/filter/Rect8f.h"

@@ -18,4 +18,8 @@ void ReferenceCount::unref() const {
     if (--count == 0) delete this;
 }
 
+void TempReferenceCount::destroy() const {
+    delete this;
+}
+
 }  // namespace vl

@@ -17,7 +17,7 @@ class TempReferenceCount {
     void ref() const { ++count; }
     // Deletes the object when the last reference goes.
     void unref() const {
-        if (--count == 0) delete this;
+        if (--count == 0) destroy();
     }
     int refs() const { return count; }
 
@@ -29,6 +29,11 @@ class TempReferenceCount {
     TempReferenceCount(const TempReferenceCount&) : count(0) {}
     // Assigning the contents of another object does not move its references.
     TempReferenceCount& operator=(const TempReferenceCount&) { return *this; }
+
+  private:
+    // Out of line, so that the compiler deletes through the virtual destructor instead of
+    // reasoning about the offset of this base inside a class it has inlined.
+    void destroy() const;
 };
 
 // The count of objects that exist only as shared objects (stamps, paint operators, functions).

@@ -6,7 +6,9 @@ ImagePaintObj::ImagePaintObj(vl::TempReference<ilImage> image) : level0(image) {
 
 ImagePaintObj::~ImagePaintObj() = default;
 
-vl::TempReference<ilImage> ImagePaintObj::image(int, int) const { return level0; }
+vl::TempReference<ilImage> ImagePaintObj::image(int, int) const {
+    return level0;
+}
 
 int ImagePaintObj::mem_used() const {
     if (level0.isNull()) return 0;
