@@ -56,6 +56,10 @@
 #include "pigment/frame/ilTileIter.h"
 #include "pigment/frame/ilTypes.h"
 
+#include "pigment/paged/ScaleAxisTable.h"
+#include "pigment/paged/ilFLMemoryImg.h"
+#include "pigment/paged/ilFLSubImg.h"
+
 #include "pigment/smart/FaultLatch.h"
 #include "pigment/smart/PageCluster.h"
 #include "pigment/smart/PageData.h"
