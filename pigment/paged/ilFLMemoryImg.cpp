@@ -32,8 +32,8 @@ bool usableScale(float s) {
 
 void ilFLMemoryImg::initFL() {
     ++m_memoryImgCount;
-    coordSpace = ilLowerLeft;
-    colorModel = ilABGR;
+    setCoordSpace(ilLowerLeft);
+    setColorModel(ilABGR);
     if (dataType != ilAnyType && size.c > 0 && size.c <= 64) fill.set(dataType, size.c, zeroBlock);
 }
 
