@@ -33,7 +33,9 @@ bool usableScale(float s) {
 void ilFLMemoryImg::initFL() {
     ++m_memoryImgCount;
     setCoordSpace(ilLowerLeft);
-    setColorModel(ilABGR);
+    // The packed words of the paint engine; an image of another channel count keeps the model
+    // its count implies, since a chosen model would also choose the count.
+    if (size.c == 4) setColorModel(ilABGR);
     if (dataType != ilAnyType && size.c > 0 && size.c <= 64) fill.set(dataType, size.c, zeroBlock);
 }
 

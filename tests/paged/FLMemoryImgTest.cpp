@@ -154,14 +154,15 @@ TEST(FLMemoryImgTest, MarchingAntsMarkCrossingsAndDash) {
     ilFLMemoryImg img(mask.data(), ilSize(w, h, 1, 1), ilUChar, ilInterleaved, false);
     ilTile bounds;
     img.MarchingAntsPreProcess(128, nullptr, &bounds);
+    // Rows: the way in at x 2 and the way out at x 6; columns: in at y 1, out at y 4.
     EXPECT_EQ(picture(mask, w, h),
-              "..#o....\n"
-              "..#o##..\n"
-              "..#o##..\n"
-              "..####..\n"
+              "........\n"
+              "..#####.\n"
+              "..#ooo#.\n"
+              "..#ooo#.\n"
               "..####..\n")
-        << "each crossing marks its second pixel, in x and then in y";
-    EXPECT_EQ(bounds, ilTile(2, 1, 0, 4, 4, 1));
+        << "each crossing marks its second pixel";
+    EXPECT_EQ(bounds, ilTile(2, 1, 0, 5, 4, 1));
 
     ilFLMemoryImg ants(ilSize(w, h, 1, 4), ilUChar, ilInterleaved, false);
     ants.MarchingAntsApply(mask.data(), 2, nullptr);
