@@ -1,5 +1,7 @@
 #include "pigment/paged/ilFLKernels_p.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -98,6 +100,42 @@ inline void pointPixel(const Source& s, uint32_t px, uint32_t py, uint8_t* out) 
         out[c] = p[c];
 }
 
+// Two four-byte pixels at once in 16-bit lanes, exactly as bilinearPixel computes them: a and b
+// are the pixels' top-left neighbours in rows 0 and 1 (each followed by its right neighbour),
+// fx and fy their fractions out of 256. The horizontal sums fit 16 bits (at most 255 * 256); the
+// vertical products are split into high and low halves with the carry of the low sum restored.
+inline __m128i bilinear2(const uint8_t* a0, const uint8_t* a1, const uint8_t* b0, const uint8_t* b1,
+                         int fxa, int fxb, int fya, int fyb) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i row0 = _mm_unpacklo_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(a0)),
+                                            _mm_loadl_epi64(reinterpret_cast<const __m128i*>(b0)));
+    const __m128i row1 = _mm_unpacklo_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(a1)),
+                                            _mm_loadl_epi64(reinterpret_cast<const __m128i*>(b1)));
+    const __m128i fx = _mm_set_epi16(short(fxb), short(fxb), short(fxb), short(fxb), short(fxa),
+                                     short(fxa), short(fxa), short(fxa));
+    const __m128i gx = _mm_sub_epi16(_mm_set1_epi16(256), fx);
+    const __m128i fy = _mm_set_epi16(short(fyb), short(fyb), short(fyb), short(fyb), short(fya),
+                                     short(fya), short(fya), short(fya));
+    const __m128i gy = _mm_sub_epi16(_mm_set1_epi16(256), fy);
+    const __m128i top = _mm_add_epi16(_mm_mullo_epi16(_mm_unpacklo_epi8(row0, zero), gx),
+                                      _mm_mullo_epi16(_mm_unpackhi_epi8(row0, zero), fx));
+    const __m128i bottom = _mm_add_epi16(_mm_mullo_epi16(_mm_unpacklo_epi8(row1, zero), gx),
+                                         _mm_mullo_epi16(_mm_unpackhi_epi8(row1, zero), fx));
+    const __m128i lo0 = _mm_mullo_epi16(top, gy), lo1 = _mm_mullo_epi16(bottom, fy);
+    const __m128i hi = _mm_add_epi16(_mm_mulhi_epu16(top, gy), _mm_mulhi_epu16(bottom, fy));
+    const __m128i lo = _mm_add_epi16(lo0, lo1);
+    const __m128i sign = _mm_set1_epi16(short(0x8000));
+    const __m128i carry = _mm_cmplt_epi16(_mm_xor_si128(lo, sign), _mm_xor_si128(lo0, sign));
+    return _mm_packus_epi16(_mm_sub_epi16(hi, carry), zero);
+}
+
+// A column tap for the paired kernel: the right neighbour must exist in memory, so the last
+// column is read as the one before it at the full fraction, which weighs the same pixel.
+inline void pairTap(uint32_t pos, int width, int& x, int& f) {
+    x = int(pos >> 8), f = int(pos & 255);
+    if (x >= width - 1) x = width - 2, f = 256;
+}
+
 }  // namespace
 
 const uint32_t* bicubicTable() {
@@ -119,7 +157,21 @@ void scaleRowBilinearScalar4(const Source& s, const uint32_t* xpos, int n, uint3
 
 template <int C>
 void scaleRowBilinear(const Source& s, const uint32_t* xpos, int n, uint32_t ypos, uint8_t* out) {
-    for (int i = 0; i < n; ++i)
+    int i = 0;
+    if (C == 4 && s.width >= 2) {
+        const Tap y = tap(ypos, s.height);
+        const uint8_t* r0 = s.data + size_t(y.i0) * s.width * 4;
+        const uint8_t* r1 = s.data + size_t(y.i1) * s.width * 4;
+        for (; i + 2 <= n; i += 2) {
+            int xa, fa, xb, fb;
+            pairTap(xpos[i], s.width, xa, fa);
+            pairTap(xpos[i + 1], s.width, xb, fb);
+            _mm_storel_epi64(
+                reinterpret_cast<__m128i*>(out + i * 4),
+                bilinear2(r0 + xa * 4, r1 + xa * 4, r0 + xb * 4, r1 + xb * 4, fa, fb, y.f, y.f));
+        }
+    }
+    for (; i < n; ++i)
         bilinearPixel<C>(s, xpos[i], ypos, out + i * C);
 }
 
@@ -139,7 +191,22 @@ void sampleRowPoint(const Source& s, const uint32_t* xpos, const uint32_t* ypos,
 template <int C>
 void sampleRowBilinear(const Source& s, const uint32_t* xpos, const uint32_t* ypos, int n,
                        uint8_t* out) {
-    for (int i = 0; i < n; ++i)
+    int i = 0;
+    if (C == 4 && s.width >= 2) {
+        const size_t row = size_t(s.width) * 4;
+        for (; i + 2 <= n; i += 2) {
+            int xa, fa, xb, fb;
+            pairTap(xpos[i], s.width, xa, fa);
+            pairTap(xpos[i + 1], s.width, xb, fb);
+            const Tap ya = tap(ypos[i], s.height), yb = tap(ypos[i + 1], s.height);
+            const uint8_t* a = s.data + xa * 4;
+            const uint8_t* b = s.data + xb * 4;
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + i * 4),
+                             bilinear2(a + ya.i0 * row, a + ya.i1 * row, b + yb.i0 * row,
+                                       b + yb.i1 * row, fa, fb, ya.f, yb.f));
+        }
+    }
+    for (; i < n; ++i)
         bilinearPixel<C>(s, xpos[i], ypos[i], out + i * C);
 }
 
